@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+// The effect's identity as the host, the user and the PiPL record see it. Every place
+// that prints or declares the name or version reads it from here, so they cannot drift.
+namespace product {
+
+inline constexpr char kName[] = "Lunaform";
+inline constexpr char kCategory[] = "Brightmoor";
+// The key under which host projects store the effect; changing it orphans saved projects.
+inline constexpr char kMatchName[] = "BRIGHTMOOR Sphere";
+
+inline constexpr std::uint32_t kVersionMajor = 1;
+inline constexpr std::uint32_t kVersionMinor = 0;
+inline constexpr std::uint32_t kVersionPatch = 2;
+inline constexpr std::uint32_t kBuild = 66;
+
+// "1.0.2": major, minor and patch joined by dots.
+inline std::string version_text() {
+  return std::to_string(kVersionMajor) + "." + std::to_string(kVersionMinor) + "." +
+         std::to_string(kVersionPatch);
+}
+
+}  // namespace product
