@@ -1,0 +1,346 @@
+#include "host/effect_host.h"
+
+#include <mutex>
+#include <set>
+#include <string>
+#include <utility>
+
+#include "host/host_callbacks.h"
+#include "host/host_error.h"
+
+namespace lunaform::host {
+namespace {
+
+// The effect API revision this host implements, reported in every in-data.
+constexpr PF_SpecVersion kApiVersion{13, 28};
+
+thread_local EffectHost* active_host = nullptr;
+
+std::mutex& live_hosts_mutex() {
+  static std::mutex mutex;
+  return mutex;
+}
+
+std::set<const EffectHost*>& live_hosts() {
+  static std::set<const EffectHost*> hosts;
+  return hosts;
+}
+
+void check_scale(const char* what, PF_RationalScale scale) {
+  if (scale.num <= 0 || scale.den == 0) {
+    throw HostError(std::string("impossible ") + what + " " + std::to_string(scale.num) + "/" +
+                    std::to_string(scale.den));
+  }
+}
+
+}  // namespace
+
+EffectHost::Activation::Activation(EffectHost& host)
+    : previous_(std::exchange(active_host, &host)) {}
+
+EffectHost::Activation::~Activation() {
+  active_host = previous_;
+}
+
+EffectHost* EffectHost::active() {
+  return active_host;
+}
+
+EffectHost* EffectHost::from_effect_ref(PF_ProgPtr effect_ref) {
+  auto* host = reinterpret_cast<EffectHost*>(effect_ref);
+  std::lock_guard lock(live_hosts_mutex());
+  return live_hosts().contains(host) ? host : nullptr;
+}
+
+EffectHost::EffectHost(PF_FilterProc entry_point) : entry_point_(entry_point) {
+  std::lock_guard lock(live_hosts_mutex());
+  live_hosts().insert(this);
+}
+
+EffectHost::~EffectHost() {
+  if (global_setup_sent_) {
+    if (sequence_live_) {
+      sequence_setdown();
+    }
+    global_setdown();
+  }
+  release_pre_render_data();
+  std::lock_guard lock(live_hosts_mutex());
+  live_hosts().erase(this);
+}
+
+PF_Err EffectHost::global_setup() {
+  return dispatch(PF_Cmd_GLOBAL_SETUP, nullptr);
+}
+PF_Err EffectHost::params_setup() {
+  return dispatch(PF_Cmd_PARAMS_SETUP, nullptr);
+}
+PF_Err EffectHost::sequence_setup() {
+  return dispatch(PF_Cmd_SEQUENCE_SETUP, nullptr);
+}
+PF_Err EffectHost::sequence_resetup() {
+  return dispatch(PF_Cmd_SEQUENCE_RESETUP, nullptr);
+}
+PF_Err EffectHost::sequence_flatten() {
+  return dispatch(PF_Cmd_SEQUENCE_FLATTEN, nullptr);
+}
+PF_Err EffectHost::sequence_setdown() {
+  return dispatch(PF_Cmd_SEQUENCE_SETDOWN, nullptr);
+}
+PF_Err EffectHost::global_setdown() {
+  return dispatch(PF_Cmd_GLOBAL_SETDOWN, nullptr);
+}
+PF_Err EffectHost::update_params_ui() {
+  return dispatch(PF_Cmd_UPDATE_PARAMS_UI, nullptr);
+}
+PF_Err EffectHost::about() {
+  return dispatch(PF_Cmd_ABOUT, nullptr);
+}
+PF_Err EffectHost::send(PF_Cmd command, void* extra) {
+  return dispatch(command, extra);
+}
+
+PF_Err EffectHost::user_changed_param(PF_ParamIndex index) {
+  PF_UserChangedParamExtra extra{index};
+  return dispatch(PF_Cmd_USER_CHANGED_PARAM, &extra);
+}
+
+void EffectHost::set_layer_source(PF_ParamIndex index, std::optional<LayerSize> size) {
+  if (index < 1) {
+    throw HostError("the input layer (index 0) is the host's own layer; set settings().layer");
+  }
+  if (!size) {
+    layer_sources_.erase(index);
+    return;
+  }
+  check_size("layer", *size);
+  layer_sources_[index] = *size;
+}
+
+void EffectHost::validate_settings() const {
+  check_size("layer", settings_.layer);
+  check_scale("horizontal downsample", settings_.downsample_x);
+  check_scale("vertical downsample", settings_.downsample_y);
+  check_scale("pixel aspect ratio", settings_.pixel_aspect);
+  if (settings_.time_scale == 0) {
+    throw HostError("impossible time scale 0");
+  }
+  check_bit_depth(settings_.bits_per_channel);
+  if (settings_.output_rect) {
+    const PF_LRect& rect = *settings_.output_rect;
+    check_size("output", {rect.right - rect.left, rect.bottom - rect.top});
+  }
+}
+
+std::optional<LayerSize> EffectHost::layer_source(PF_ParamIndex index) const {
+  if (index == 0) {
+    return settings_.layer;
+  }
+  const auto found = layer_sources_.find(index);
+  return found != layer_sources_.end() ? std::optional(found->second) : std::nullopt;
+}
+
+PF_LRect EffectHost::output_request_rect() const {
+  if (settings_.output_rect) {
+    return *settings_.output_rect;
+  }
+  const LayerSize size =
+      downsampled(settings_.layer, settings_.downsample_x, settings_.downsample_y);
+  return {0, 0, size.width, size.height};
+}
+
+PF_ParamDef EffectHost::param_value(PF_ParamIndex index) const {
+  PF_ParamDef value = params_.at(index).current;
+  if (value.param_type != PF_Param_LAYER) {
+    return value;
+  }
+  // A layer parameter's value is the chosen layer at the current resolution; the host shows
+  // its size here, the pixels come through the Smart Render checkouts.
+  const A_long dephault = value.u.ld.dephault;
+  value.u.ld = PF_LayerDef{};
+  value.u.ld.dephault = dephault;
+  if (const auto source = layer_source(index)) {
+    const LayerSize size = downsampled(*source, settings_.downsample_x, settings_.downsample_y);
+    value.u.ld.width = size.width;
+    value.u.ld.height = size.height;
+    value.u.ld.extent_hint = {0, 0, size.width, size.height};
+    value.u.ld.pix_aspect_ratio = settings_.pixel_aspect;
+  }
+  return value;
+}
+
+void EffectHost::prepare_command(PF_Cmd command) {
+  if (command == PF_Cmd_PARAMS_SETUP) {
+    params_.reset();
+    custom_ui_.reset();
+  }
+  const LayerSize layer = settings_.layer;
+  const LayerSize shown = downsampled(layer, settings_.downsample_x, settings_.downsample_y);
+
+  in_data_ = PF_InData{};
+  in_data_.inter = HostCallbacks::interact();
+  in_data_.utils = HostCallbacks::utils();
+  in_data_.effect_ref = reinterpret_cast<PF_ProgPtr>(this);
+  in_data_.quality = settings_.quality;
+  in_data_.version = kApiVersion;
+  in_data_.num_params = static_cast<A_long>(params_.size());
+  in_data_.current_time = settings_.current_time;
+  in_data_.time_step = settings_.time_step;
+  in_data_.local_time_step = settings_.time_step;
+  in_data_.total_time = settings_.total_time;
+  in_data_.time_scale = settings_.time_scale;
+  in_data_.field = settings_.field;
+  in_data_.shutter_angle = settings_.shutter_angle;
+  in_data_.shutter_phase = settings_.shutter_phase;
+  in_data_.width = layer.width;
+  in_data_.height = layer.height;
+  in_data_.extent_hint = {0, 0, shown.width, shown.height};
+  in_data_.downsample_x = settings_.downsample_x;
+  in_data_.downsample_y = settings_.downsample_y;
+  in_data_.pixel_aspect_ratio = settings_.pixel_aspect;
+  in_data_.global_data = global_data_;
+  in_data_.sequence_data = sequence_data_;
+  in_data_.pica_basicP = HostCallbacks::basic_suite();
+
+  out_data_ = PF_OutData{};
+  out_data_.global_data = global_data_;
+  out_data_.sequence_data = sequence_data_;
+
+  command_params_.clear();
+  command_param_pointers_.clear();
+  for (PF_ParamIndex index = 0; index < static_cast<PF_ParamIndex>(params_.size()); ++index) {
+    command_params_.push_back(param_value(index));
+  }
+  for (PF_ParamDef& param : command_params_) {
+    command_param_pointers_.push_back(&param);
+  }
+  command_param_pointers_.push_back(nullptr);
+}
+
+void EffectHost::finish_command() {
+  global_data_ = out_data_.global_data;
+  sequence_data_ = out_data_.sequence_data;
+}
+
+void EffectHost::inside_command(PF_Cmd command, const std::function<void()>& body) {
+  validate_settings();
+  prepare_command(command);
+  struct Finish {
+    EffectHost& host;
+    ~Finish() {
+      host.running_command_ = -1;
+      host.finish_command();
+    }
+  } finish{*this};
+  const Activation activation(*this);
+  running_command_ = command;
+  body();
+}
+
+PF_Err EffectHost::dispatch(PF_Cmd command, void* extra) {
+  PF_Err result = PF_Err_NONE;
+  inside_command(command, [&] {
+    result = entry_point_(command, &in_data_, &out_data_, command_param_pointers_.data(), nullptr,
+                          extra);
+  });
+  commands_.push_back({command, result});
+
+  switch (command) {
+    case PF_Cmd_GLOBAL_SETUP:
+      global_setup_sent_ = true;
+      break;
+    case PF_Cmd_GLOBAL_SETDOWN:
+      global_setup_sent_ = false;
+      break;
+    case PF_Cmd_SEQUENCE_SETUP:
+    case PF_Cmd_SEQUENCE_RESETUP:
+      sequence_live_ = true;
+      break;
+    case PF_Cmd_SEQUENCE_SETDOWN:
+      sequence_live_ = false;
+      break;
+    case PF_Cmd_PARAMS_SETUP:
+      if (result == PF_Err_NONE && out_data_.num_params != static_cast<A_long>(params_.size())) {
+        note_problem("parameter setup reported " + std::to_string(out_data_.num_params) +
+                     " parameters, the host received " + std::to_string(params_.size()));
+      }
+      break;
+    default:
+      break;
+  }
+  return result;
+}
+
+void EffectHost::run_inside_command(
+    PF_Cmd command, const std::function<void(PF_InData&, PF_OutData&, PF_ParamList)>& body) {
+  inside_command(command, [&] { body(in_data_, out_data_, command_param_pointers_.data()); });
+}
+
+void EffectHost::note_problem(std::string text) {
+  problems_.push_back(std::move(text));
+}
+
+PF_Err EffectHost::add_param(PF_ParamIndex index, PF_ParamDefPtr def) {
+  if (running_command_ != PF_Cmd_PARAMS_SETUP) {
+    note_problem("add_param outside parameter setup");
+    return PF_Err_INVALID_CALLBACK;
+  }
+  std::string problem;
+  const PF_Err result = params_.add(index, def, problem);
+  if (!problem.empty()) {
+    note_problem(std::move(problem));
+  }
+  return result;
+}
+
+PF_Err EffectHost::checkout_param(PF_ParamIndex index, A_long, A_long, A_u_long,
+                                  PF_ParamDef* param) {
+  if (param == nullptr) {
+    note_problem("checkout_param into a null definition");
+    return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  if (!params_.contains(index)) {
+    note_problem("checkout_param of index " + std::to_string(index) + " (the list holds " +
+                 std::to_string(params_.size()) + ")");
+    return PF_Err_INVALID_INDEX;
+  }
+  *param = param_value(index);
+  ++outstanding_param_checkouts_;
+  return PF_Err_NONE;
+}
+
+PF_Err EffectHost::checkin_param(PF_ParamDef* param) {
+  if (param == nullptr || outstanding_param_checkouts_ == 0) {
+    note_problem(param == nullptr ? "checkin_param of a null definition"
+                                  : "checkin_param without a checkout");
+    return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  --outstanding_param_checkouts_;
+  return PF_Err_NONE;
+}
+
+PF_Err EffectHost::register_ui(PF_CustomUIInfo* info) {
+  if (info == nullptr) {
+    note_problem("register_ui with a null record");
+    return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  custom_ui_ = *info;
+  return PF_Err_NONE;
+}
+
+PF_Err EffectHost::get_platform_data(PF_PlatDataID which, void* data) {
+  if (data == nullptr) {
+    note_problem("get_platform_data into a null pointer");
+    return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  if (which != PF_PlatData_MAIN_WND) {
+    note_problem("get_platform_data for item " + std::to_string(which) +
+                 ", which this host does not offer");
+    return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  // No windowing system is attached to this host: there is no main window to parent to.
+  *static_cast<void**>(data) = nullptr;
+  return PF_Err_NONE;
+}
+
+}  // namespace lunaform::host

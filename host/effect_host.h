@@ -1,0 +1,266 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "AE_Effect.h"
+#include "AE_EffectCB.h"
+#include "AE_EffectUI.h"
+#include "SPBasic.h"
+#include "host/handle_table.h"
+#include "host/layer_geometry.h"
+#include "host/param_list.h"
+#include "host/pixel_world.h"
+#include "host/suite_registry.h"
+
+namespace lunaform::host {
+
+// The composition around the effect, as the host presents it in each command's in-data and
+// in the Smart Render protocol. Change it between commands through EffectHost::settings().
+struct HostSettings {
+  LayerSize layer{1920, 1080};          // the effect's own layer (parameter 0) at full resolution
+  PF_RationalScale downsample_x{1, 1};  // 1/2 at half resolution
+  PF_RationalScale downsample_y{1, 1};
+  PF_RationalScale pixel_aspect{1, 1};
+  A_long current_time = 0;  // in units of 1/time_scale seconds
+  A_long time_step = 1;
+  A_long total_time = 300;
+  A_u_long time_scale = 30;
+  PF_Quality quality = PF_Quality_HI;
+  PF_Field field = PF_Field_FRAME;
+  PF_Fixed shutter_angle = 0;
+  PF_Fixed shutter_phase = 0;
+  int bits_per_channel = 8;  // 8, 16 or 32 (float)
+  // The output rectangle Smart PreRender requests and Smart Render's output world covers, in
+  // downsampled layer pixels; unset means the whole downsampled layer. A partial rectangle
+  // gives an output world whose origin is the rectangle's top-left corner.
+  std::optional<PF_LRect> output_rect;
+};
+
+// Makes chosen image checkouts fail, so a module's failure paths can be driven. Keys are
+// checkout ids as the module passes them.
+struct CheckoutFailures {
+  std::map<A_long, PF_Err> layer;         // Smart PreRender checkout_layer
+  std::map<A_long, PF_Err> layer_pixels;  // Smart Render checkout_layer_pixels
+  PF_Err output = PF_Err_NONE;            // Smart Render checkout_output
+};
+
+// One command sent to the module and what it returned.
+struct CommandRecord {
+  PF_Cmd command = 0;
+  PF_Err result = PF_Err_NONE;
+};
+
+// One Smart PreRender checkout_layer call as the module made it, with the host's answer.
+struct LayerCheckoutCall {
+  PF_ParamIndex index = 0;
+  A_long checkout_id = 0;
+  PF_RenderRequest request{};
+  A_long what_time = 0;
+  A_long time_step = 0;
+  A_u_long time_scale = 0;
+  PF_Err result = PF_Err_NONE;
+  PF_CheckoutResult answer{};
+};
+
+// One Smart Render callback as the module made it.
+struct RenderCheckoutCall {
+  enum class Kind { layer_pixels, checkin_layer_pixels, output };
+  Kind kind = Kind::layer_pixels;
+  A_long checkout_id = 0;  // 0 for the output
+  PF_Err result = PF_Err_NONE;
+  const PF_EffectWorld* world = nullptr;  // the world handed out, null when none was
+};
+
+// A host for one effect instance: drives an effect's entry function through the effect API
+// with real in-data, out-data, callbacks, handles, suites and Smart Render worlds.
+//
+// The entry function may come from a loaded Module or be any function of the PF_FilterProc
+// signature (a test's own wrapper around a plug-in object). Each command method sends one
+// command, records its result (commands()) and returns it; the global-data and sequence-data
+// handles travel from command to command the way a host carries them (the out-data values
+// after a command become the next command's in-data). Nothing the module does can make a
+// method throw; methods throw HostError only for impossible host settings (a bit depth other
+// than 8, 16 or 32, a zero downsample denominator, a negative or oversized layer).
+//
+// Threads: create, use and destroy a host on one thread. Callbacks that carry no effect
+// reference (handles, the basic suite) reach the host that is active on the calling thread:
+// a host is active while it sends a command, and inside run_inside_command() or an Activation.
+// The effect reference of a destroyed host is refused by every callback.
+//
+// Destruction: if global setup was sent and global setdown was not, the destructor sends
+// sequence setdown (when sequence data is live) and global setdown, as a host does on quit;
+// then it frees every handle and world it still holds.
+class EffectHost {
+ public:
+  explicit EffectHost(PF_FilterProc entry_point);
+  ~EffectHost();
+  EffectHost(const EffectHost&) = delete;
+  EffectHost& operator=(const EffectHost&) = delete;
+
+  // --- Commands. Each returns the module's PF_Err. ---
+  PF_Err global_setup();
+  // Resets the parameter list to the input layer alone, then sends PF_Cmd_PARAMS_SETUP; the
+  // module's add_param calls fill the list.
+  PF_Err params_setup();
+  PF_Err sequence_setup();
+  PF_Err sequence_resetup();
+  PF_Err sequence_flatten();
+  PF_Err sequence_setdown();
+  // Sent even after a global setup that failed: the module may hold memory from it.
+  PF_Err global_setdown();
+  PF_Err update_params_ui();
+  PF_Err user_changed_param(PF_ParamIndex index);
+  PF_Err about();
+  // Any command number with any extra record (range tests); the current parameters are passed.
+  PF_Err send(PF_Cmd command, void* extra = nullptr);
+
+  // Smart PreRender for the current settings: the output request covers settings().output_rect
+  // (or the whole downsampled layer); `initial_output` is the pre-render output record as the
+  // module receives it (all zero, i.e. empty rectangles, unless a test presets it). Clears the
+  // previous pre-render's checkout records.
+  PF_Err smart_pre_render(const PF_PreRenderOutput& initial_output = {});
+  // Smart Render at settings().bits_per_channel. Layer pixels can be checked out only under a
+  // checkout id that the preceding smart_pre_render() checked out (others are refused with
+  // PF_Err_BAD_CALLBACK_PARAM and listed in problems()). Each render gets a fresh output world
+  // of the request's size with padded rows, cleared; output_world() is null until the module
+  // checks the output out.
+  PF_Err smart_render();
+
+  // --- Settings. ---
+  HostSettings& settings() { return settings_; }
+  CheckoutFailures& checkout_failures() { return failures_; }
+  // Gives layer parameter `index` (1 or above) a layer of `size` (full resolution); nothing
+  // detaches it, leaving the parameter empty (it checks out with no error and no pixels).
+  // The input layer (index 0) is always settings().layer.
+  void set_layer_source(PF_ParamIndex index, std::optional<LayerSize> size);
+
+  // --- What happened. All references stay valid until the next command. ---
+  const std::vector<CommandRecord>& commands() const { return commands_; }
+  // The parameters as received: index 0 is the input layer. params().at(i).current may be
+  // changed by a test; later checkouts and commands hand out the changed value.
+  ParamList& params() { return params_; }
+  const ParamList& params() const { return params_; }
+  const std::optional<PF_CustomUIInfo>& custom_ui() const { return custom_ui_; }
+  // The in-data and out-data of the last command (the out-data as the module left it).
+  const PF_InData& in_data() const { return in_data_; }
+  const PF_OutData& out_data() const { return out_data_; }
+  PF_Handle global_data() const { return global_data_; }
+  PF_Handle sequence_data() const { return sequence_data_; }
+  // checkout_param calls not yet matched by checkin_param.
+  int outstanding_param_checkouts() const { return outstanding_param_checkouts_; }
+  // Host calls the module made wrongly (out of order, unknown handle, bad index), one line
+  // each, in the order they happened. Empty for a well-behaved module.
+  const std::vector<std::string>& problems() const { return problems_; }
+
+  // The last Smart PreRender: its output record and every checkout_layer call.
+  const PF_PreRenderOutput& pre_render_output() const { return pre_render_output_; }
+  const std::vector<LayerCheckoutCall>& layer_checkouts() const { return layer_checkouts_; }
+  // The last Smart Render: every callback in call order, and the output world (null before
+  // the first output checkout). The world stays valid until the next smart_render().
+  const std::vector<RenderCheckoutCall>& render_checkouts() const { return render_checkouts_; }
+  const PixelWorld* output_world() const { return output_world_.get(); }
+
+  HandleTable& handles() { return handles_; }
+  SuiteRegistry& suites() { return suites_; }
+
+  // Runs `body` with in-data, out-data and parameter array prepared exactly as for `command`,
+  // with this host active on the calling thread and callbacks behaving as during that command
+  // (add_param only inside PF_Cmd_PARAMS_SETUP), without calling the module's entry function:
+  // a test can call plug-in code that uses host callbacks. Global and sequence data written to
+  // the out-data are carried over as after a command. Not recorded in commands(). Exceptions
+  // from `body` pass through.
+  void run_inside_command(PF_Cmd command,
+                          const std::function<void(PF_InData&, PF_OutData&, PF_ParamList)>& body);
+
+  // While alive, makes `host` the active host of the calling thread (restoring the previous
+  // one afterwards).
+  class Activation {
+   public:
+    explicit Activation(EffectHost& host);
+    ~Activation();
+    Activation(const Activation&) = delete;
+    Activation& operator=(const Activation&) = delete;
+
+   private:
+    EffectHost* previous_;
+  };
+
+  // The host active on the calling thread, or null.
+  static EffectHost* active();
+  // The live host behind an effect reference, or null for anything else.
+  static EffectHost* from_effect_ref(PF_ProgPtr effect_ref);
+
+ private:
+  friend class HostCallbacks;
+
+  void validate_settings() const;
+  void prepare_command(PF_Cmd command);
+  void finish_command();
+  // Prepares the in-data, out-data and parameters for `command`, runs `body` with this host
+  // active and the command marked as running, then carries the out-data handles over.
+  void inside_command(PF_Cmd command, const std::function<void()>& body);
+  PF_Err dispatch(PF_Cmd command, void* extra);
+  void note_problem(std::string text);
+  // Records a refused callback: the problem, and the error in the call's record.
+  template <typename Call>
+  PF_Err refuse(Call& call, PF_Err error, std::string problem) {
+    note_problem(std::move(problem));
+    call.result = error;
+    return error;
+  }
+  PF_ParamDef param_value(PF_ParamIndex index) const;
+  std::optional<LayerSize> layer_source(PF_ParamIndex index) const;
+  PF_LRect output_request_rect() const;
+  void release_pre_render_data();
+
+  // Callback bodies (reached through HostCallbacks).
+  PF_Err add_param(PF_ParamIndex index, PF_ParamDefPtr def);
+  PF_Err checkout_param(PF_ParamIndex index, A_long what_time, A_long time_step,
+                        A_u_long time_scale, PF_ParamDef* param);
+  PF_Err checkin_param(PF_ParamDef* param);
+  PF_Err register_ui(PF_CustomUIInfo* info);
+  PF_Err get_platform_data(PF_PlatDataID which, void* data);
+  PF_Err checkout_layer(PF_ParamIndex index, A_long checkout_id, const PF_RenderRequest* request,
+                        A_long what_time, A_long time_step, A_u_long time_scale,
+                        PF_CheckoutResult* result);
+  PF_Err checkout_layer_pixels(A_long checkout_id, PF_EffectWorld** pixels);
+  PF_Err checkin_layer_pixels(A_long checkout_id);
+  PF_Err checkout_output(PF_EffectWorld** output);
+
+  PF_FilterProc entry_point_;
+  HostSettings settings_;
+  CheckoutFailures failures_;
+  ParamList params_;
+  std::map<PF_ParamIndex, LayerSize> layer_sources_;
+  HandleTable handles_;
+  SuiteRegistry suites_;
+
+  PF_InData in_data_{};
+  PF_OutData out_data_{};
+  std::vector<PF_ParamDef> command_params_;
+  std::vector<PF_ParamDef*> command_param_pointers_;
+  PF_Handle global_data_ = nullptr;
+  PF_Handle sequence_data_ = nullptr;
+  PF_Cmd running_command_ = -1;
+  bool global_setup_sent_ = false;
+  bool sequence_live_ = false;
+
+  std::vector<CommandRecord> commands_;
+  std::optional<PF_CustomUIInfo> custom_ui_;
+  int outstanding_param_checkouts_ = 0;
+  std::vector<std::string> problems_;
+
+  PF_PreRenderOutput pre_render_output_{};
+  std::vector<LayerCheckoutCall> layer_checkouts_;
+  std::vector<RenderCheckoutCall> render_checkouts_;
+  std::map<A_long, std::unique_ptr<PixelWorld>> layer_worlds_;
+  std::unique_ptr<PixelWorld> output_world_;
+};
+
+}  // namespace lunaform::host

@@ -1,0 +1,97 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+namespace {
+
+using testing::HasSubstr;
+
+struct ToolRun {
+  int exit_code = -1;
+  std::string output;  // standard output and standard error together
+};
+
+ToolRun run_render(const std::string& arguments) {
+  const std::string command = std::string(LUNAFORM_RENDER_PATH) + " " + arguments + " 2>&1";
+  ToolRun run;
+  FILE* pipe = popen(command.c_str(), "r");
+  if (pipe == nullptr) {
+    return run;
+  }
+  char buffer[4096];
+  size_t count;
+  while ((count = fread(buffer, 1, sizeof buffer, pipe)) > 0) {
+    run.output.append(buffer, count);
+  }
+  const int status = pclose(pipe);
+  run.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return run;
+}
+
+std::string quoted(const std::filesystem::path& path) {
+  return "'" + path.string() + "'";
+}
+
+TEST(E2eHostRenderTool, InfoPrintsTheModuleAndItsParameters) {
+  for (const std::string& arguments :
+       {"--info " + quoted(LUNAFORM_MODULE_PATH), std::string("--info"), std::string()}) {
+    SCOPED_TRACE(arguments);
+    const ToolRun run = run_render(arguments);
+    EXPECT_EQ(run.exit_code, 0) << run.output;
+    EXPECT_THAT(run.output, HasSubstr("Name:          Lunaform\n"));
+    EXPECT_THAT(run.output, HasSubstr("Category:      Brightmoor\n"));
+    EXPECT_THAT(run.output, HasSubstr("Match name:    BRIGHTMOOR Sphere\n"));
+    EXPECT_THAT(run.output, HasSubstr("Version:       1.0.0 develop build 66 (0x00080042)\n"));
+    EXPECT_THAT(run.output, HasSubstr("Parameters (80):"));
+    EXPECT_THAT(run.output, HasSubstr("\"Radius\""));
+    EXPECT_THAT(run.output,
+                HasSubstr("valid 0 to 100000, slider 0 to 15, default 200, precision 1"));
+    EXPECT_THAT(run.output, HasSubstr("choices \"0|2|4|8|16\" (5), default 4"));
+  }
+}
+
+// The output's last line, without its line break.
+std::string last_line(std::string output) {
+  if (!output.empty() && output.back() == '\n') {
+    output.pop_back();
+  }
+  const size_t previous_break = output.rfind('\n');
+  return previous_break == std::string::npos ? output : output.substr(previous_break + 1);
+}
+
+TEST(E2eHostRenderTool, EveryFailureEndsWithOneClearLine) {
+  const std::filesystem::path modules = LUNAFORM_TEST_MODULE_DIR;
+  struct Case {
+    std::string arguments;
+    std::string line;
+    bool only_line;  // false where the module's PiPL is printed before the failure
+  };
+  const Case cases[] = {
+      {"--info /no/such/module.so",
+       "lunaform-render: cannot load '/no/such/module.so': No such file or directory", true},
+      {"--info " + quoted(modules / "host_no_pipl.so"),
+       "lunaform-render: cannot load " + quoted(modules / "host_no_pipl.so") + ": no .pipl section",
+       true},
+      {"--info " + quoted(modules / "host_failing_setup.so"),
+       "lunaform-render: global setup of " + quoted(modules / "host_failing_setup.so") +
+           " failed with error 512",
+       false},
+      {"--bpc 16", "lunaform-render: The following arguments were not expected: 16 --bpc", true},
+      {"scene.json", "lunaform-render: The following argument was not expected: scene.json", true},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.arguments);
+    const ToolRun run = run_render(c.arguments);
+    EXPECT_NE(run.exit_code, 0);
+    EXPECT_EQ(last_line(run.output), c.line) << run.output;
+    if (c.only_line) {
+      EXPECT_EQ(run.output, c.line + "\n");
+    }
+  }
+}
+
+}  // namespace
