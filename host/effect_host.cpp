@@ -1,12 +1,16 @@
 #include "host/effect_host.h"
 
+#include <algorithm>
 #include <mutex>
 #include <set>
 #include <string>
 #include <utility>
+#include <variant>
 
 #include "host/host_callbacks.h"
 #include "host/host_error.h"
+#include "host/host_suites.h"
+#include "host/param_values.h"
 
 namespace lunaform::host {
 namespace {
@@ -24,6 +28,10 @@ std::mutex& live_hosts_mutex() {
 std::set<const EffectHost*>& live_hosts() {
   static std::set<const EffectHost*> hosts;
   return hosts;
+}
+
+double seconds_of(A_long value, A_u_long scale) {
+  return static_cast<double>(value) / scale;
 }
 
 void check_scale(const char* what, PF_RationalScale scale) {
@@ -52,7 +60,9 @@ EffectHost* EffectHost::from_effect_ref(PF_ProgPtr effect_ref) {
   return live_hosts().contains(host) ? host : nullptr;
 }
 
-EffectHost::EffectHost(PF_FilterProc entry_point) : entry_point_(entry_point) {
+EffectHost::EffectHost(PF_FilterProc entry_point)
+    : entry_point_(entry_point), composition_(default_composition()) {
+  provide_host_suites(suites_);
   std::lock_guard lock(live_hosts_mutex());
   live_hosts().insert(this);
 }
@@ -110,11 +120,109 @@ void EffectHost::set_layer_source(PF_ParamIndex index, std::optional<LayerSize> 
     throw HostError("the input layer (index 0) is the host's own layer; set settings().layer");
   }
   if (!size) {
-    layer_sources_.erase(index);
+    layer_choices_[index] = LayerRef{};
     return;
   }
   check_size("layer", *size);
-  layer_sources_[index] = *size;
+  const std::string name = "Layer source " + std::to_string(index);
+  const SolidLayer transparent{Color{0, 0, 0, 0}, size->width, size->height};
+  if (Layer* existing = find_layer(composition_, name)) {
+    existing->content = transparent;
+  } else {
+    Layer layer;
+    layer.name = name;
+    layer.content = transparent;
+    composition_.layers.push_back(std::move(layer));
+  }
+  layer_choices_[index] = LayerRef{name};
+}
+
+void EffectHost::set_composition(Composition comp) {
+  check_composition(comp);
+  composition_ = std::move(comp);
+  layer_choices_.clear();
+  const auto& effect =
+      std::get<EffectLayer>(composition_.layers[*effect_layer_index(composition_)].content);
+  settings_.layer = {effect.width, effect.height};
+  settings_.pixel_aspect = {effect.pixel_aspect.num, effect.pixel_aspect.den};
+  const TimeBase base = time_base(composition_);
+  settings_.time_scale = base.time_scale;
+  settings_.time_step = base.time_step;
+  settings_.total_time = base.total_time;
+}
+
+const ParamValue* EffectHost::scene_value(const std::string& name) const {
+  const auto effect_index = effect_layer_index(composition_);
+  if (!effect_index || name.empty()) {
+    return nullptr;
+  }
+  const auto& effect = std::get<EffectLayer>(composition_.layers[*effect_index].content);
+  const auto found = effect.params.find(name);
+  return found != effect.params.end() ? &found->second : nullptr;
+}
+
+std::optional<std::size_t> EffectHost::chosen_layer(PF_ParamIndex index) const {
+  if (index < 1 || !params_.contains(index) ||
+      params_.at(index).current.param_type != PF_Param_LAYER) {
+    return std::nullopt;
+  }
+  LayerRef choice;
+  if (const auto chosen = layer_choices_.find(index); chosen != layer_choices_.end()) {
+    choice = chosen->second;
+  } else if (const ParamValue* value = scene_value(params_.at(index).name)) {
+    if (const auto* ref = std::get_if<LayerRef>(value)) {
+      choice = *ref;
+    }
+  }
+  for (std::size_t i = 0; i < composition_.layers.size() && !choice.name.empty(); ++i) {
+    const Layer& layer = composition_.layers[i];
+    if (layer.name == choice.name && (std::holds_alternative<FootageLayer>(layer.content) ||
+                                      std::holds_alternative<SolidLayer>(layer.content))) {
+      return i;
+    }
+  }
+  return std::nullopt;
+}
+
+std::vector<ParamMismatch> EffectHost::effect_param_mismatches() const {
+  std::vector<ParamMismatch> mismatches;
+  const auto effect_index = effect_layer_index(composition_);
+  if (!effect_index) {
+    return mismatches;
+  }
+  const auto& effect = std::get<EffectLayer>(composition_.layers[*effect_index].content);
+  for (const auto& [name, value] : effect.params) {
+    const auto& all = params_.all();
+    const auto param = std::find_if(all.begin() + 1, all.end(),
+                                    [&](const HostParam& p) { return p.name == name; });
+    if (param == all.end()) {
+      mismatches.push_back({name, "the effect has no parameter named '" + name + "'"});
+    } else if (auto problem = value_mismatch(param->current, value)) {
+      mismatches.push_back({name, "parameter '" + name + "' is given " + *problem});
+    }
+  }
+  return mismatches;
+}
+
+PF_State EffectHost::param_state(PF_ParamIndex index, double seconds) {
+  ContentHash content;
+  const HostParam& param = params_.at(index);
+  if (index == 0) {
+    content.add(settings_.layer);
+  } else if (param.current.param_type == PF_Param_LAYER) {
+    if (const auto chosen = chosen_layer(index)) {
+      content.add(layer_content_hash(composition_.layers[*chosen], *chosen, image_hashes_));
+    }
+  } else {
+    const PF_ParamDef value = param_value_at(index, seconds);
+    content.add(value.param_type);
+    content.add(value.u);
+  }
+  return make_state(index, content.value());
+}
+
+void EffectHost::note_timed_call(std::string function, const A_Time& time) {
+  timed_calls_.push_back({std::move(function), time});
 }
 
 void EffectHost::validate_settings() const {
@@ -136,8 +244,12 @@ std::optional<LayerSize> EffectHost::layer_source(PF_ParamIndex index) const {
   if (index == 0) {
     return settings_.layer;
   }
-  const auto found = layer_sources_.find(index);
-  return found != layer_sources_.end() ? std::optional(found->second) : std::nullopt;
+  const auto chosen = chosen_layer(index);
+  if (!chosen) {
+    return std::nullopt;
+  }
+  const auto [width, height] = layer_pixel_size(composition_.layers[*chosen]);
+  return LayerSize{width, height};
 }
 
 PF_LRect EffectHost::output_request_rect() const {
@@ -149,9 +261,16 @@ PF_LRect EffectHost::output_request_rect() const {
   return {0, 0, size.width, size.height};
 }
 
-PF_ParamDef EffectHost::param_value(PF_ParamIndex index) const {
-  PF_ParamDef value = params_.at(index).current;
+PF_ParamDef EffectHost::param_value_at(PF_ParamIndex index, double seconds) const {
+  const HostParam& param = params_.at(index);
+  PF_ParamDef value = param.current;
   if (value.param_type != PF_Param_LAYER) {
+    const PointFrame frame{settings_.layer, settings_.downsample_x, settings_.downsample_y};
+    if (const ParamValue* scene = scene_value(param.name)) {
+      apply_value(value, *scene, seconds, frame);
+    } else {
+      points_from_percent(value, frame);
+    }
     return value;
   }
   // A layer parameter's value is the chosen layer at the current resolution; the host shows
@@ -173,7 +292,10 @@ void EffectHost::prepare_command(PF_Cmd command) {
   if (command == PF_Cmd_PARAMS_SETUP) {
     params_.reset();
     custom_ui_.reset();
+    aegp_.clear_dynamic_flags();
   }
+  timed_calls_.clear();
+  image_hashes_.prune();
   const LayerSize layer = settings_.layer;
   const LayerSize shown = downsampled(layer, settings_.downsample_x, settings_.downsample_y);
 
@@ -208,8 +330,9 @@ void EffectHost::prepare_command(PF_Cmd command) {
 
   command_params_.clear();
   command_param_pointers_.clear();
+  const double now = seconds_of(settings_.current_time, settings_.time_scale);
   for (PF_ParamIndex index = 0; index < static_cast<PF_ParamIndex>(params_.size()); ++index) {
-    command_params_.push_back(param_value(index));
+    command_params_.push_back(param_value_at(index, now));
   }
   for (PF_ParamDef& param : command_params_) {
     command_param_pointers_.push_back(&param);
@@ -293,8 +416,8 @@ PF_Err EffectHost::add_param(PF_ParamIndex index, PF_ParamDefPtr def) {
   return result;
 }
 
-PF_Err EffectHost::checkout_param(PF_ParamIndex index, A_long, A_long, A_u_long,
-                                  PF_ParamDef* param) {
+PF_Err EffectHost::checkout_param(PF_ParamIndex index, A_long what_time, A_long,
+                                  A_u_long time_scale, PF_ParamDef* param) {
   if (param == nullptr) {
     note_problem("checkout_param into a null definition");
     return PF_Err_BAD_CALLBACK_PARAM;
@@ -304,7 +427,11 @@ PF_Err EffectHost::checkout_param(PF_ParamIndex index, A_long, A_long, A_u_long,
                  std::to_string(params_.size()) + ")");
     return PF_Err_INVALID_INDEX;
   }
-  *param = param_value(index);
+  if (time_scale == 0) {
+    note_problem("checkout_param with time scale 0");
+    return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  *param = param_value_at(index, seconds_of(what_time, time_scale));
   ++outstanding_param_checkouts_;
   return PF_Err_NONE;
 }

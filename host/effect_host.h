@@ -12,16 +12,20 @@
 #include "AE_EffectCB.h"
 #include "AE_EffectUI.h"
 #include "SPBasic.h"
+#include "host/aegp_objects.h"
+#include "host/composition.h"
 #include "host/handle_table.h"
 #include "host/layer_geometry.h"
 #include "host/param_list.h"
 #include "host/pixel_world.h"
+#include "host/state_stamp.h"
 #include "host/suite_registry.h"
 
 namespace lunaform::host {
 
-// The composition around the effect, as the host presents it in each command's in-data and
-// in the Smart Render protocol. Change it between commands through EffectHost::settings().
+// What the host presents about the effect's own layer in each command's in-data and in the
+// Smart Render protocol. Change it between commands through EffectHost::settings();
+// EffectHost::set_composition() sets the layer, pixel aspect and times from a composition.
 struct HostSettings {
   LayerSize layer{1920, 1080};          // the effect's own layer (parameter 0) at full resolution
   PF_RationalScale downsample_x{1, 1};  // 1/2 at half resolution
@@ -48,6 +52,19 @@ struct CheckoutFailures {
   std::map<A_long, PF_Err> layer;         // Smart PreRender checkout_layer
   std::map<A_long, PF_Err> layer_pixels;  // Smart Render checkout_layer_pixels
   PF_Err output = PF_Err_NONE;            // Smart Render checkout_output
+};
+
+// A value of the composition's effect layer that the module's parameters cannot take: a name
+// the module did not declare, or a value of the wrong kind.
+struct ParamMismatch {
+  std::string name;     // the parameter name as the composition gives it
+  std::string problem;  // one line: "the effect has no parameter named 'Radios'"
+};
+
+// One AEGP call that carried a time, as the module made it ("AEGP_GetEffectCameraMatrix").
+struct TimedCall {
+  std::string function;
+  A_Time time{};
 };
 
 // One command sent to the module and what it returned.
@@ -93,6 +110,19 @@ struct RenderCheckoutCall {
 // a host is active while it sends a command, and inside run_inside_command() or an Activation.
 // The effect reference of a destroyed host is refused by every callback.
 //
+// The composition: the suites (AEGP PF Interface, Camera, Comp, Item, Layer, Light, Stream,
+// Dynamic Stream, Effect, Utility; PF Param Utils) answer from composition(); the effect
+// carries the composition's effect layer, which starts at composition time 0, so the effect's
+// times are composition times. Every answer is computed from the time the call passes (a
+// module may move in_data->current_time to sub-frame times during a command).
+//
+// Parameter values: parameter `index` checks out at time t as the composition's effect-layer
+// value of the parameter's name at t (apply_value: points from full-resolution layer pixels to
+// downsampled ones), else as params().at(index).current, whose point values are taken as
+// percentages of the layer's width and height (the form in which a module declares them) and
+// handed out in downsampled layer pixels. Layer parameters: the chosen layer's downsampled
+// size, no pixels; an empty one checks out with no error, 0 x 0.
+//
 // Destruction: if global setup was sent and global setdown was not, the destructor sends
 // sequence setdown (when sequence data is live) and global setdown, as a host does on quit;
 // then it frees every handle and world it still holds.
@@ -135,10 +165,36 @@ class EffectHost {
   // --- Settings. ---
   HostSettings& settings() { return settings_; }
   CheckoutFailures& checkout_failures() { return failures_; }
-  // Gives layer parameter `index` (1 or above) a layer of `size` (full resolution); nothing
-  // detaches it, leaving the parameter empty (it checks out with no error and no pixels).
-  // The input layer (index 0) is always settings().layer.
+  // Gives layer parameter `index` (1 or above) a transparent layer of `size` (full resolution):
+  // a solid named "Layer source INDEX" in the composition, chosen for that index ahead of the
+  // composition's own choice. Nothing leaves the parameter empty (it checks out with no error
+  // and no pixels). The input layer (index 0) is always settings().layer.
   void set_layer_source(PF_ParamIndex index, std::optional<LayerSize> size);
+
+  // --- The composition the suites report. ---
+  // Checks `comp` (check_composition: throws HostError with one line and keeps the current
+  // composition) and makes it the host's; forgets set_layer_source choices. Sets settings():
+  // layer = the effect layer's size, pixel_aspect = its pixel aspect, time_scale, time_step and
+  // total_time from time_base(comp). Until then the host serves default_composition().
+  void set_composition(Composition comp);
+  // The model; a test may change it between commands (move a light, give a footage layer a new
+  // Image). The effect layer's size and pixel aspect in it are not read: settings() holds them.
+  Composition& composition() { return composition_; }
+  const Composition& composition() const { return composition_; }
+  // The composition's layer that layer parameter `index` (1 or above) chooses: the
+  // set_layer_source choice, else the effect layer's LayerRef of the parameter's name; nothing
+  // for none, for a layer without pixels, or for another parameter type.
+  std::optional<std::size_t> chosen_layer(PF_ParamIndex index) const;
+  // What checkout_param hands out for parameter `index` at `seconds` of composition time (see
+  // "Parameter values" above the class). Throws HostError for an index outside the list.
+  PF_ParamDef param_value_at(PF_ParamIndex index, double seconds) const;
+  // The parameter state stamp of `index` at `seconds` (PF_GetCurrentState): changes exactly
+  // when the value at that time changes, or, for a layer parameter, the chosen layer or its id,
+  // size or pixels.
+  PF_State param_state(PF_ParamIndex index, double seconds);
+  // The composition's effect-layer values that do not fit the parameters received in
+  // parameter setup, in name order; empty when all fit (or nothing was set).
+  std::vector<ParamMismatch> effect_param_mismatches() const;
 
   // --- What happened. All references stay valid until the next command. ---
   const std::vector<CommandRecord>& commands() const { return commands_; }
@@ -154,9 +210,24 @@ class EffectHost {
   PF_Handle sequence_data() const { return sequence_data_; }
   // checkout_param calls not yet matched by checkin_param.
   int outstanding_param_checkouts() const { return outstanding_param_checkouts_; }
-  // Host calls the module made wrongly (out of order, unknown handle, bad index), one line
-  // each, in the order they happened. Empty for a well-behaved module.
+  // Host calls the module made wrongly (out of order, unknown handle, bad index, a suite
+  // function this host does not implement), one line each, in the order they happened. Empty
+  // for a well-behaved module.
   const std::vector<std::string>& problems() const { return problems_; }
+  // Records one problem line (used by the host's suites).
+  void note_problem(std::string text);
+
+  // AEGP state: the dynamic stream flags the module set on parameter `index` (0 when none;
+  // cleared by parameter setup), the live AEGP objects it holds, its registrations.
+  AEGP_DynStreamFlags dynamic_stream_flags(PF_ParamIndex index) const {
+    return aegp_.dynamic_flags(index);
+  }
+  AegpHandleCounts aegp_handles() const { return aegp_.live(); }
+  const std::vector<AegpRegistration>& aegp_registrations() const { return aegp_.registrations(); }
+  AegpObjects& aegp_objects() { return aegp_; }
+  // The AEGP calls with a time argument made during the last command, in call order.
+  const std::vector<TimedCall>& timed_calls() const { return timed_calls_; }
+  void note_timed_call(std::string function, const A_Time& time);
 
   // The last Smart PreRender: its output record and every checkout_layer call.
   const PF_PreRenderOutput& pre_render_output() const { return pre_render_output_; }
@@ -206,7 +277,6 @@ class EffectHost {
   // active and the command marked as running, then carries the out-data handles over.
   void inside_command(PF_Cmd command, const std::function<void()>& body);
   PF_Err dispatch(PF_Cmd command, void* extra);
-  void note_problem(std::string text);
   // Records a refused callback: the problem, and the error in the call's record.
   template <typename Call>
   PF_Err refuse(Call& call, PF_Err error, std::string problem) {
@@ -214,7 +284,8 @@ class EffectHost {
     call.result = error;
     return error;
   }
-  PF_ParamDef param_value(PF_ParamIndex index) const;
+  // The composition's value for the parameter named `name`, or null.
+  const ParamValue* scene_value(const std::string& name) const;
   std::optional<LayerSize> layer_source(PF_ParamIndex index) const;
   PF_LRect output_request_rect() const;
   void release_pre_render_data();
@@ -237,9 +308,13 @@ class EffectHost {
   HostSettings settings_;
   CheckoutFailures failures_;
   ParamList params_;
-  std::map<PF_ParamIndex, LayerSize> layer_sources_;
+  Composition composition_;
+  std::map<PF_ParamIndex, LayerRef> layer_choices_;
   HandleTable handles_;
   SuiteRegistry suites_;
+  AegpObjects aegp_;
+  ImageHashes image_hashes_;
+  std::vector<TimedCall> timed_calls_;
 
   PF_InData in_data_{};
   PF_OutData out_data_{};

@@ -5,6 +5,7 @@
 
 #include "host/effect_host.h"
 #include "host/host_callbacks.h"
+#include "host/layer_pixels.h"
 
 namespace lunaform::host {
 namespace {
@@ -138,6 +139,10 @@ PF_Err EffectHost::checkout_layer_pixels(A_long checkout_id, PF_EffectWorld** pi
                     "no memory for the pixels of checkout id " + std::to_string(checkout_id));
     }
     world->world()->pix_aspect_ratio = settings_.pixel_aspect;
+    if (const auto chosen = chosen_layer(checked_out->index)) {
+      fill_layer_pixels(*world, composition_.layers[*chosen], settings_.downsample_x,
+                        settings_.downsample_y);
+    }
   }
   *pixels = world->world();
   call.world = *pixels;

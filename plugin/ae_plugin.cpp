@@ -6,6 +6,7 @@
 #include "plugin/about.h"
 #include "plugin/effect_flags.h"
 #include "plugin/host_main_window.h"
+#include "plugin/host_suites.h"
 #include "plugin/product_info.h"
 
 PF_Handle AePlugin::on_sequence_setup(CommandContext&) {
@@ -95,6 +96,7 @@ PF_Err AePlugin::dispatch(PF_Cmd command, PF_InData* in_data, PF_OutData* out_da
 }
 
 void AePlugin::global_setup(CommandContext& context) {
+  HostSuites suites(*context.in_data);
   context.out_data->my_version = effect_flags::kVersion;
   context.out_data->out_flags = effect_flags::kOutFlags;
   context.out_data->out_flags2 = effect_flags::kOutFlags2;
@@ -104,6 +106,10 @@ void AePlugin::global_setup(CommandContext& context) {
                              " (" + std::to_string(product::kBuild) + ")";
   std::fputs(banner.c_str(), stderr);
   std::fflush(stderr);
+
+  // The AEGP layer knows the module by this id in every stream and effect call.
+  aegp_plugin_id = 0;
+  suites.get<AEGP_UtilitySuite4>().AEGP_RegisterWithAEGP(nullptr, product::kName, &aegp_plugin_id);
 
   host_window = host_main_window(context.in_data);
 

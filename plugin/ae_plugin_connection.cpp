@@ -2,20 +2,17 @@
 
 #include "plugin/effect_params.h"
 #include "plugin/param_ids.h"
-
-void AePluginConnection::on_global_setup(CommandContext&) {}
-
-void AePluginConnection::on_global_setdown(CommandContext&) {}
+#include "scene/frame_render_command.h"
 
 void AePluginConnection::on_params_setup(CommandContext& context) {
   register_effect_params(context);
 }
 
-void AePluginConnection::on_update_params_ui(CommandContext&) {}
-
 void AePluginConnection::on_user_changed_param(CommandContext&) {}
 
-void AePluginConnection::on_smart_render(CommandContext&) {}
+void AePluginConnection::on_smart_render(CommandContext& context) {
+  run_frame_render(context, *this, renderer.get(), sample_counter);
+}
 
 void AePluginConnection::on_smart_pre_render(CommandContext& context) {
   // The results are not checked: a layer the host cannot provide is simply absent at render.

@@ -5,15 +5,32 @@
 
 #include "DrawbotSuiteTypes.h"
 #include "plugin/ae_plugin.h"
+#include "plugin/render_state_startup.h"
+#include "renderer/render_client.h"
+#include "scene/render_state.h"
 
 // The effect's plug-in object: the handlers that give the effect its parameters, its
-// layer requests and (as they arrive) its lifecycle, banner and rendering.
+// lifecycle, its layer requests and (as they arrive) its banner and rendering.
 class AePluginConnection : public AePlugin {
  public:
+  // make_render_state is what global setup calls to bring up the GPU side.
+  explicit AePluginConnection(RenderStateFactory make_render_state = create_render_state);
+
+  // Brings up the GPU side, replacing (and stopping) one a previous global setup left.
   void on_global_setup(CommandContext& context) override;
+  // Stops the GPU side.
   void on_global_setdown(CommandContext& context) override;
   void on_params_setup(CommandContext& context) override;
+  // Greys out the parameters that have no effect with the current values.
   void on_update_params_ui(CommandContext& context) override;
+  // The instance's block of texture slots, all empty.
+  PF_Handle on_sequence_setup(CommandContext& context) override;
+  // Deletes the instance's textures and disposes its block.
+  void on_sequence_setdown(CommandContext& context, PF_Handle sequence_data) override;
+  // The instance's flat form carries nothing: a 0-byte handle. The live block goes.
+  PF_Handle on_sequence_flatten(CommandContext& context, PF_Handle sequence_data) override;
+  // A fresh block of empty slots; the flat handle is disposed.
+  PF_Handle on_sequence_resetup(CommandContext& context, PF_Handle flat_data) override;
   void on_user_changed_param(CommandContext& context) override;
   void on_smart_render(CommandContext& context) override;
   // Requests the five map layers, each whole and under its parameter id.
@@ -22,6 +39,9 @@ class AePluginConnection : public AePlugin {
   void on_event(CommandContext& context) override;
   void on_arbitrary_callback(CommandContext& context) override;
 
+  // The GPU side: the render thread, the sphere mesh and the current sample's records. Null
+  // before global setup and after a global setup that failed.
+  std::unique_ptr<RenderState> renderer;
   // The banner drawn at the top of the effect's controls: its decoded pixels, the size of
   // one image, and the host images made from them (released at global setdown, never here).
   std::unique_ptr<std::uint8_t[]> header_pixels;
@@ -31,4 +51,9 @@ class AePluginConnection : public AePlugin {
   DRAWBOT_ImageRef header_image_hover = nullptr;
   // Whether the pointer is over the banner's link.
   bool header_hover = false;
+  // 1-based number of the motion-blur sample being drawn in the current frame.
+  float sample_counter = 0.0f;
+
+ private:
+  RenderStateFactory make_render_state_;
 };

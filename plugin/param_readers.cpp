@@ -34,3 +34,20 @@ std::int32_t get_param_int(CommandContext& context, std::int32_t id) {
     return value;
   });
 }
+
+PF_Pixel get_param_color(CommandContext& context, std::int32_t id) {
+  return read_param(context, id,
+                    [](const PF_ParamDef& definition) { return definition.u.cd.value; });
+}
+
+PF_Fixed get_param_angle(CommandContext& context, std::int32_t id) {
+  return read_param(context, id,
+                    [](const PF_ParamDef& definition) { return definition.u.ad.value; });
+}
+
+std::array<double, 3> get_param_point3d(CommandContext& context, std::int32_t id) {
+  return read_param(context, id, [](const PF_ParamDef& definition) {
+    const PF_Point3DDef& point = definition.u.point3d_d;
+    return std::array<double, 3>{point.x_value, point.y_value, point.z_value};
+  });
+}

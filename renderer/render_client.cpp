@@ -1,8 +1,11 @@
 #include "renderer/render_client.h"
 
+#include "renderer/sphere_mesh.h"
+
 std::unique_ptr<RenderState> create_render_state() {
   auto state = std::make_unique<RenderState>();
   state->render_thread = std::make_unique<RendererThread>();
+  state->sphere = load_sphere_mesh(*state->render_thread);
   return state;
 }
 

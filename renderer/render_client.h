@@ -12,7 +12,8 @@
 // render thread and returns when they have run; a renderer exception is rethrown here.
 // Callers must not overlap (one frame at a time).
 
-// Starts the render thread and builds the Renderer on it; rethrows a failure to build it.
+// Starts the render thread, builds the Renderer on it and uploads the sphere mesh; rethrows a
+// failure of either.
 std::unique_ptr<RenderState> create_render_state();
 
 // Copies camera into state.camera and has the renderer take it from there.

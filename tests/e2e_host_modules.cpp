@@ -46,7 +46,7 @@ TEST(E2eHostModules, AFailedGlobalSetupIsStillFollowedByGlobalSetdown) {
   EXPECT_EQ(host.global_setup(), PF_Err_INTERNAL_STRUCT_DAMAGED);
   EXPECT_EQ(host.handles().live_count(), 1u) << "the module keeps a block from its failed setup";
   EXPECT_NE(host.global_data(), nullptr);
-  EXPECT_EQ(host.suites().use("AEGP Utility Suite", 10).refused, 1);
+  EXPECT_EQ(host.suites().use("AEGP Utility Suite", 10).acquired, 1);
 
   EXPECT_EQ(host.global_setdown(), PF_Err_NONE);
   EXPECT_EQ(host.handles().live_count(), 0u) << "only the module's setdown frees that block";

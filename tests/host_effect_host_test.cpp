@@ -328,7 +328,7 @@ TEST(EffectHost, TheBasicSuiteCountsEveryAcquireAndRelease) {
           static_cast<const CounterSuite*>(table)->next();
           basic->ReleaseSuite("Counter Suite", 2);
           const void* missing = &counter;
-          if (basic->AcquireSuite("AEGP Utility Suite", 10, &missing) != kSuiteNotFoundError ||
+          if (basic->AcquireSuite("AEGP Mask Suite", 6, &missing) != kSuiteNotFoundError ||
               missing != nullptr) {
             return PF_Err_INTERNAL_STRUCT_DAMAGED;
           }
@@ -342,7 +342,7 @@ TEST(EffectHost, TheBasicSuiteCountsEveryAcquireAndRelease) {
   ASSERT_EQ(host.global_setup(), PF_Err_NONE);
   EXPECT_EQ(calls, 1);
   EXPECT_THAT(host.suites().unreleased(), IsEmpty());
-  EXPECT_EQ(host.suites().use("AEGP Utility Suite", 10).refused, 1);
+  EXPECT_EQ(host.suites().use("AEGP Mask Suite", 6).refused, 1);
 
   host.sequence_setup();
   EXPECT_EQ(host.suites().use("Counter Suite", 2).acquired, 2);

@@ -1,0 +1,23 @@
+#include "host/host_suites.h"
+
+#include "host/suite_tables.h"
+
+namespace lunaform::host {
+
+void provide_host_suites(SuiteRegistry& registry) {
+  registry.provide(kAEGPUtilitySuite, kAEGPUtilitySuiteVersion4, suites::utility_suite());
+  registry.provide(kAEGPPFInterfaceSuite, kAEGPPFInterfaceSuiteVersion1,
+                   suites::pf_interface_suite());
+  registry.provide(kAEGPCameraSuite, kAEGPCameraSuiteVersion2, suites::camera_suite());
+  registry.provide(kAEGPLightSuite, kAEGPLightSuiteVersion2, suites::light_suite());
+  registry.provide(kAEGPCompSuite, kAEGPCompSuiteVersion5, suites::comp_suite());
+  registry.provide(kAEGPItemSuite, kAEGPItemSuiteVersion6, suites::item_suite());
+  registry.provide(kAEGPLayerSuite, kAEGPLayerSuiteVersion5, suites::layer_suite());
+  registry.provide(kAEGPStreamSuite, kAEGPStreamSuiteVersion2, suites::stream_suite());
+  registry.provide(kAEGPDynamicStreamSuite, kAEGPDynamicStreamSuiteVersion2,
+                   suites::dynamic_stream_suite());
+  registry.provide(kAEGPEffectSuite, kAEGPEffectSuiteVersion2, suites::effect_suite());
+  registry.provide(kPFParamUtilsSuite, kPFParamUtilsSuiteVersion3, suites::param_utils_suite());
+}
+
+}  // namespace lunaform::host
