@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <string>
 
+#include "host_temp_folder.h"
+
 namespace {
 
 using testing::HasSubstr;
@@ -92,6 +94,29 @@ TEST(E2eHostRenderTool, EveryFailureEndsWithOneClearLine) {
       EXPECT_EQ(run.output, c.line + "\n");
     }
   }
+}
+
+TEST(E2eHostRenderTool, CheckAcceptsASceneAndRefusesABadOneInOneLine) {
+  const host_test::TempFolder folder;
+  const std::filesystem::path good = folder.write(
+      "good.json",
+      R"({"layers": [{"name": "Sphere", "type": "effect", "params": {"Radius": 300}}]})");
+  const ToolRun accepted = run_render("--check " + quoted(good));
+  EXPECT_EQ(accepted.exit_code, 0) << accepted.output;
+  EXPECT_THAT(accepted.output,
+              HasSubstr(good.string() + ": 1920 x 1080, 1 layers: the effect accepts the scene\n"));
+
+  // The name is checked against the parameters the module registered, so a misspelling is
+  // refused with the file and the place.
+  const std::filesystem::path bad = folder.write(
+      "bad.json",
+      R"({"layers": [{"name": "Sphere", "type": "effect", "params": {"Radiuss": 300}}]})");
+  const ToolRun refused = run_render("--check " + quoted(bad));
+  EXPECT_EQ(refused.exit_code, 1);
+  const std::string line = last_line(refused.output);
+  EXPECT_THAT(line, HasSubstr("lunaform-render: " + bad.string() +
+                              ": /layers/0/params/Radiuss: unknown parameter \"Radiuss\""));
+  EXPECT_THAT(refused.output, testing::Not(HasSubstr("accepts")));
 }
 
 }  // namespace

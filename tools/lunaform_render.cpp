@@ -1,22 +1,25 @@
 // lunaform-render: the command-line front end of the host library. For now it reports what the
-// host learns from an effect module: its PiPL, the flags of its global setup and its parameters
-// as received through parameter setup.
+// host learns from an effect module (its PiPL, the flags of its global setup and its parameters
+// as received through parameter setup) and checks scene files against the module.
 #include <CLI/CLI.hpp>
 
 #include <filesystem>
 #include <iostream>
 #include <string>
+#include <utility>
 
 #include "host/effect_host.h"
 #include "host/host_error.h"
 #include "host/module.h"
 #include "host/module_report.h"
+#include "host/scene_file.h"
 
 namespace {
 
 using lunaform::host::EffectHost;
 using lunaform::host::HostError;
 using lunaform::host::Module;
+using lunaform::host::SceneFile;
 
 constexpr const char* kProgram = "lunaform-render";
 
@@ -56,6 +59,25 @@ void print_module_info(const std::filesystem::path& file) {
   }
 }
 
+// Reads a scene file and applies it to the module's own parameters, as a render would before its
+// first frame: every problem of the file comes out as one line naming the file and the place.
+void check_scene(const std::filesystem::path& scene_path, const std::filesystem::path& file) {
+  const SceneFile scene = SceneFile::load(scene_path);
+  for (const std::string& warning : scene.warnings()) {
+    std::cerr << kProgram << ": warning: " << warning << "\n";
+  }
+  const Module module = Module::load(file);
+  EffectHost host(module.entry_point());
+  require(host.global_setup(), "global setup", file);
+  require(host.params_setup(), "parameter setup", file);
+  lunaform::host::Composition composition = scene.composition_for(host.params());
+  const std::string summary = std::to_string(composition.width) + " x " +
+                              std::to_string(composition.height) + ", " +
+                              std::to_string(composition.layers.size()) + " layers";
+  host.set_composition(std::move(composition));
+  std::cout << scene_path.string() << ": " << summary << ": the effect accepts the scene\n";
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -67,6 +89,11 @@ int main(int argc, char** argv) {
                  "parameters")
       ->expected(0, 1)
       ->type_name("MODULE");
+  std::string scene;
+  app.add_option("--check", scene,
+                 "Read SCENE and apply it to the module's parameters; report the first problem")
+      ->type_name("SCENE");
+  app.add_option("--module", module, "The module to use with --check")->type_name("MODULE");
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& help) {
@@ -77,7 +104,13 @@ int main(int argc, char** argv) {
   }
 
   try {
-    print_module_info(module.empty() ? default_module() : std::filesystem::path(module));
+    const std::filesystem::path module_file =
+        module.empty() ? default_module() : std::filesystem::path(module);
+    if (scene.empty()) {
+      print_module_info(module_file);
+    } else {
+      check_scene(scene, module_file);
+    }
   } catch (const HostError& error) {
     std::cerr << kProgram << ": " << error.what() << "\n";
     return 1;
