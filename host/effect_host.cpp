@@ -193,8 +193,9 @@ std::vector<ParamMismatch> EffectHost::effect_param_mismatches() const {
   const auto& effect = std::get<EffectLayer>(composition_.layers[*effect_index].content);
   for (const auto& [name, value] : effect.params) {
     const auto& all = params_.all();
-    const auto param = std::find_if(all.begin() + 1, all.end(),
-                                    [&](const HostParam& p) { return p.name == name; });
+    const auto param = std::find_if(all.begin() + 1, all.end(), [&](const HostParam& p) {
+      return p.name == name && param_holds_value(p.current.param_type);
+    });
     if (param == all.end()) {
       mismatches.push_back({name, "the effect has no parameter named '" + name + "'"});
     } else if (auto problem = value_mismatch(param->current, value)) {

@@ -92,6 +92,24 @@ HostParam& ParamList::at(PF_ParamIndex index) {
   return const_cast<HostParam&>(std::as_const(*this).at(index));
 }
 
+bool param_holds_value(PF_ParamType type) {
+  switch (type) {
+    case PF_Param_LAYER:
+    case PF_Param_SLIDER:
+    case PF_Param_FIX_SLIDER:
+    case PF_Param_ANGLE:
+    case PF_Param_CHECKBOX:
+    case PF_Param_COLOR:
+    case PF_Param_POINT:
+    case PF_Param_POPUP:
+    case PF_Param_FLOAT_SLIDER:
+    case PF_Param_POINT_3D:
+      return true;
+    default:
+      return false;
+  }
+}
+
 std::string param_type_name(PF_ParamType type) {
   static constexpr const char* kNames[] = {
       "LAYER",     "SLIDER", "FIX_SLIDER", "ANGLE",        "CHECKBOX",       "COLOR", "POINT",

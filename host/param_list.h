@@ -44,6 +44,10 @@ class ParamList {
   std::vector<HostParam> params_;
 };
 
+// Whether a parameter of this type holds a value that can be set and checked out (groups and
+// no-data controls do not). Pure function.
+bool param_holds_value(PF_ParamType type);
+
 // The name of a parameter type as the effect API spells it without its prefix ("FLOAT_SLIDER");
 // "type N" for an unknown value. Pure function.
 std::string param_type_name(PF_ParamType type);

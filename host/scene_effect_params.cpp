@@ -10,24 +10,6 @@
 namespace lunaform::host {
 namespace {
 
-bool holds_value(PF_ParamType type) {
-  switch (type) {
-    case PF_Param_LAYER:
-    case PF_Param_SLIDER:
-    case PF_Param_FIX_SLIDER:
-    case PF_Param_ANGLE:
-    case PF_Param_CHECKBOX:
-    case PF_Param_COLOR:
-    case PF_Param_POINT:
-    case PF_Param_POPUP:
-    case PF_Param_FLOAT_SLIDER:
-    case PF_Param_POINT_3D:
-      return true;
-    default:
-      return false;
-  }
-}
-
 bool same_ignoring_case(std::string_view a, std::string_view b) {
   return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
     return std::tolower(static_cast<unsigned char>(x)) ==
@@ -42,7 +24,7 @@ const HostParam& find_param(const SceneNode& node, const std::string& name,
   const HostParam* other_case = nullptr;
   for (std::size_t index = 1; index < registered.size(); ++index) {
     const HostParam& param = registered.all()[index];
-    const bool settable = holds_value(param.received.param_type);
+    const bool settable = param_holds_value(param.received.param_type);
     if (param.name == name) {
       if (settable) {
         return param;

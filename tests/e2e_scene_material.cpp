@@ -236,4 +236,9 @@ TEST(E2eSceneMaterial, HemisphereFlattensTheBottom) {
   EXPECT_EQ(drawn_scene({{"3D Object", number(2)}}).material.flatten_bottom, 1);
 }
 
+// "Motion Blur" names both a group and the popup inside it; the value belongs to the popup.
+TEST(E2eSceneMaterial, AValueNamedLikeItsGroupGoesToTheParameterThatHoldsIt) {
+  drawn_scene({{"Motion Blur", Animated<double>(3.0)}});
+}
+
 }  // namespace
