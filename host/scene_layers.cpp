@@ -39,8 +39,10 @@ Vec3 default_viewpoint(const Composition& settings, double zoom) {
   return {settings.width / 2.0, settings.height / 2.0, -zoom};
 }
 
-std::int32_t read_side(const SceneNode& node) {
-  return static_cast<std::int32_t>(node.whole_number(1, PF_MAX_WORLD_WIDTH));
+// The layer's side named `key` in pixels, or `fallback` (the composition's) when not given.
+std::int32_t read_side(const SceneNode& layer, const char* key, std::int32_t fallback) {
+  const auto side = layer.find(key);
+  return side ? static_cast<std::int32_t>(side->whole_number(1, PF_MAX_WORLD_WIDTH)) : fallback;
 }
 
 void read_common(const SceneNode& node, Layer& layer) {
@@ -120,14 +122,8 @@ void read_solid_layer(const SceneNode& node, const Composition& settings, Layer&
   read_common(node, layer);
   SolidLayer solid;
   solid.color = node.child("color").color();
-  solid.width = settings.width;
-  solid.height = settings.height;
-  if (const auto width = node.find("width")) {
-    solid.width = read_side(*width);
-  }
-  if (const auto height = node.find("height")) {
-    solid.height = read_side(*height);
-  }
+  solid.width = read_side(node, "width", settings.width);
+  solid.height = read_side(node, "height", settings.height);
   place_in_centre(settings, solid.width, solid.height, layer);
   layer.content = solid;
 }
@@ -224,15 +220,9 @@ void read_effect_layer(const SceneNode& node, const Composition& settings, Layer
     node.child("in_point").fail("the effect layer starts at 0 s, where the composition starts");
   }
   EffectLayer effect;
-  effect.width = settings.width;
-  effect.height = settings.height;
+  effect.width = read_side(node, "width", settings.width);
+  effect.height = read_side(node, "height", settings.height);
   effect.pixel_aspect = settings.pixel_aspect;
-  if (const auto width = node.find("width")) {
-    effect.width = read_side(*width);
-  }
-  if (const auto height = node.find("height")) {
-    effect.height = read_side(*height);
-  }
   if (const auto pixel_aspect = node.find("pixel_aspect")) {
     effect.pixel_aspect = pixel_aspect->ratio();
   }
