@@ -236,6 +236,11 @@ class EffectHost {
   // the first output checkout). The world stays valid until the next smart_render().
   const std::vector<RenderCheckoutCall>& render_checkouts() const { return render_checkouts_; }
   const PixelWorld* output_world() const { return output_world_.get(); }
+  // Hands the last Smart Render's output world to the caller, as a host passes a rendered frame
+  // on: the world the module wrote or, when it never checked the output out, a new cleared one
+  // of the size and place it would have had. output_world() is null afterwards. Throws
+  // HostError for impossible settings, std::bad_alloc when memory runs out.
+  std::unique_ptr<PixelWorld> take_output_world();
 
   HandleTable& handles() { return handles_; }
   SuiteRegistry& suites() { return suites_; }
@@ -288,6 +293,8 @@ class EffectHost {
   const ParamValue* scene_value(const std::string& name) const;
   std::optional<LayerSize> layer_source(PF_ParamIndex index) const;
   PF_LRect output_request_rect() const;
+  // A cleared world for the output request: its size, origin and pixel aspect.
+  std::unique_ptr<PixelWorld> make_output_world() const;
   void release_pre_render_data();
 
   // Callback bodies (reached through HostCallbacks).

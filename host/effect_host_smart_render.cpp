@@ -2,6 +2,7 @@
 // checkouts it answers and the worlds it hands out.
 #include <new>
 #include <string>
+#include <utility>
 
 #include "host/effect_host.h"
 #include "host/host_callbacks.h"
@@ -167,6 +168,25 @@ PF_Err EffectHost::checkin_layer_pixels(A_long checkout_id) {
                     ", which was not checked out");
 }
 
+std::unique_ptr<PixelWorld> EffectHost::make_output_world() const {
+  const PF_LRect rect = output_request_rect();
+  auto output = std::make_unique<PixelWorld>(rect.right - rect.left, rect.bottom - rect.top,
+                                             settings_.bits_per_channel);
+  PF_EffectWorld* world = output->world();
+  world->origin_x = rect.left;
+  world->origin_y = rect.top;
+  world->pix_aspect_ratio = settings_.pixel_aspect;
+  return output;
+}
+
+std::unique_ptr<PixelWorld> EffectHost::take_output_world() {
+  if (!output_world_) {
+    validate_settings();
+    return make_output_world();
+  }
+  return std::move(output_world_);
+}
+
 PF_Err EffectHost::checkout_output(PF_EffectWorld** output) {
   RenderCheckoutCall& call = render_checkouts_.emplace_back();
   call.kind = RenderCheckoutCall::Kind::output;
@@ -182,17 +202,11 @@ PF_Err EffectHost::checkout_output(PF_EffectWorld** output) {
     return failures_.output;
   }
   if (!output_world_) {
-    const PF_LRect rect = output_request_rect();
     try {
-      output_world_ = std::make_unique<PixelWorld>(rect.right - rect.left, rect.bottom - rect.top,
-                                                   settings_.bits_per_channel);
+      output_world_ = make_output_world();
     } catch (const std::bad_alloc&) {
       return refuse(call, PF_Err_OUT_OF_MEMORY, "no memory for the output world");
     }
-    PF_EffectWorld* world = output_world_->world();
-    world->origin_x = rect.left;
-    world->origin_y = rect.top;
-    world->pix_aspect_ratio = settings_.pixel_aspect;
   }
   *output = output_world_->world();
   call.world = *output;

@@ -1,8 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
+#include "renderer/render_texture.h"
+#include "renderer/shader_sources.h"
 #include "renderer/uniform_blocks.h"
 #include "scene/image_desc.h"
 #include "scene/light_properties.h"
@@ -11,6 +14,22 @@
 #include "scene/model_ref.h"
 #include "scene/render_data.h"
 #include "scene/render_properties.h"
+
+class ClEnvironment;
+class FullScreenQuad;
+class GlContext;
+class PixelTransfer;
+class ProgramLibrary;
+class RenderTargetPool;
+class TextureLibrary;
+
+// The GLSL sources a Renderer builds its programs from; tests swap one for a broken source.
+struct renderer_sources {
+  shader_source quad_vertex = shader_sources::quad_vert;
+  shader_source copy_fragment = shader_sources::copy_frag;
+  shader_source material_vertex = shader_sources::material_vert;
+  shader_source material_fragment = shader_sources::material_frag;
+};
 
 // The object every render-thread job acts on. It is built, used and destroyed on the render
 // thread only (see RendererThread); host-side code reaches it through jobs, never directly.
@@ -22,7 +41,17 @@
 // sample k, and last read_output.
 class Renderer {
  public:
-  // Where the frame goes and how many GPU samples per pixel (0: no multisampling).
+  // Creates the GL context (current on this thread from here on), the OpenCL device, the
+  // programs and kernels. Throws std::runtime_error or shader_compile_exception with the
+  // text the user is shown.
+  explicit Renderer(const renderer_sources& sources = {});
+  ~Renderer();
+  Renderer(const Renderer&) = delete;
+  Renderer& operator=(const Renderer&) = delete;
+
+  // Where the frame goes and how many GPU samples per pixel (0: no multisampling). Rebuilds
+  // the render targets when the size or the sample count changed. Throws std::runtime_error
+  // when the size or the samples are beyond the context.
   void set_output(unsigned int sample_count, const render_data& output);
   void set_render_properties(const render_properties& camera);
   void set_lights(const std::vector<light_properties>& lights);
@@ -45,9 +74,36 @@ class Renderer {
   unsigned int make_normal_map(unsigned int bump_texture, int width, int height);
 
  private:
+  void build_render_targets(int width, int height, unsigned int samples);
+  void release_resources();
+
+  std::unique_ptr<GlContext> gl_;
+  std::unique_ptr<ClEnvironment> cl_;
+  std::unique_ptr<RenderTargetPool> targets_;
+  std::unique_ptr<ProgramLibrary> programs_;
+  std::unique_ptr<TextureLibrary> textures_;
+
   render_data output_;
   uint32_t sample_count_ = 0;
   render_properties camera_;
-  TransformMatricesBlock transform_matrices_{};
-  LightsBlock lights_{};
+
+  int built_width_ = 0;
+  int built_height_ = 0;
+  uint32_t built_samples_ = 0;
+  size_t output_buffer_size_ = 0;
+  uint32_t accumulation_framebuffer_ = 0;
+  uint32_t multisample_framebuffer_ = 0;
+  uint32_t resolve_framebuffer_ = 0;
+  RenderTexture multisample_color_;
+  RenderTexture depth_;
+  RenderTexture accumulation_texture_;
+  RenderTexture resolve_texture_;
+
+  std::unique_ptr<FullScreenQuad> quad_;
+  uint32_t copy_program_ = 0;
+  uint32_t transform_matrices_buffer_ = 0;
+  uint32_t lights_buffer_ = 0;
+  uint32_t material_program_ = 0;
+
+  std::unique_ptr<PixelTransfer> transfer_;
 };

@@ -40,7 +40,7 @@ std::string quoted(const std::filesystem::path& path) {
 
 TEST(E2eHostRenderTool, InfoPrintsTheModuleAndItsParameters) {
   for (const std::string& arguments :
-       {"--info " + quoted(LUNAFORM_MODULE_PATH), std::string("--info"), std::string()}) {
+       {"--info " + quoted(LUNAFORM_MODULE_PATH), std::string("--info")}) {
     SCOPED_TRACE(arguments);
     const ToolRun run = run_render(arguments);
     EXPECT_EQ(run.exit_code, 0) << run.output;
@@ -82,8 +82,6 @@ TEST(E2eHostRenderTool, EveryFailureEndsWithOneClearLine) {
        "lunaform-render: global setup of " + quoted(modules / "host_failing_setup.so") +
            " failed with error 512",
        false},
-      {"--bpc 16", "lunaform-render: The following arguments were not expected: 16 --bpc", true},
-      {"scene.json", "lunaform-render: The following argument was not expected: scene.json", true},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.arguments);

@@ -1,25 +1,36 @@
-// lunaform-render: the command-line front end of the host library. For now it reports what the
-// host learns from an effect module (its PiPL, the flags of its global setup and its parameters
-// as received through parameter setup) and checks scene files against the module.
+// lunaform-render: the command-line front end of the host library. It renders frames of a
+// scene file (or of the built-in default composition) through an effect module to PNG or EXR
+// files, reports what the host learns from a module (--info) and checks scene files (--check).
+#include <unistd.h>
 #include <CLI/CLI.hpp>
 
+#include <exception>
 #include <filesystem>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <utility>
 
+#include "host/command_result.h"
 #include "host/effect_host.h"
+#include "host/frame_writer.h"
 #include "host/host_error.h"
 #include "host/module.h"
 #include "host/module_report.h"
+#include "host/render_frame.h"
+#include "host/render_job.h"
+#include "host/render_progress.h"
 #include "host/scene_file.h"
+#include "host/stderr_line_guard.h"
 
 namespace {
 
 using lunaform::host::EffectHost;
-using lunaform::host::HostError;
 using lunaform::host::Module;
+using lunaform::host::module_command;
+using lunaform::host::require_success;
 using lunaform::host::SceneFile;
+using lunaform::host::StderrLineGuard;
 
 constexpr const char* kProgram = "lunaform-render";
 
@@ -32,10 +43,9 @@ std::filesystem::path default_module() {
   return folder / LUNAFORM_DEFAULT_MODULE;
 }
 
-void require(PF_Err result, const char* command, const std::filesystem::path& module) {
-  if (result != PF_Err_NONE) {
-    throw HostError(std::string(command) + " of '" + module.string() + "' failed with error " +
-                    std::to_string(result));
+void print_warnings(const EffectHost& host) {
+  for (const std::string& problem : host.problems()) {
+    std::cerr << kProgram << ": warning: " << problem << "\n";
   }
 }
 
@@ -47,16 +57,17 @@ void print_module_info(const std::filesystem::path& file) {
   lunaform::host::write_pipl_report(std::cout, module.pipl());
 
   EffectHost host(module.entry_point());
-  require(host.global_setup(), "global setup", file);
-  lunaform::host::write_global_setup_report(std::cout, host.out_data());
-  require(host.params_setup(), "parameter setup", file);
-  lunaform::host::write_param_table(std::cout, host.params());
-  require(host.sequence_setup(), "sequence setup", file);
-  require(host.sequence_setdown(), "sequence setdown", file);
-  require(host.global_setdown(), "global setdown", file);
-  for (const std::string& problem : host.problems()) {
-    std::cerr << kProgram << ": warning: " << problem << "\n";
+  {
+    const StderrLineGuard banner;
+    require_success(host.global_setup(), module_command("global setup", file));
   }
+  lunaform::host::write_global_setup_report(std::cout, host.out_data());
+  require_success(host.params_setup(), module_command("parameter setup", file));
+  lunaform::host::write_param_table(std::cout, host.params());
+  require_success(host.sequence_setup(), module_command("sequence setup", file));
+  require_success(host.sequence_setdown(), module_command("sequence setdown", file));
+  require_success(host.global_setdown(), module_command("global setdown", file));
+  print_warnings(host);
 }
 
 // Reads a scene file and applies it to the module's own parameters, as a render would before its
@@ -68,8 +79,11 @@ void check_scene(const std::filesystem::path& scene_path, const std::filesystem:
   }
   const Module module = Module::load(file);
   EffectHost host(module.entry_point());
-  require(host.global_setup(), "global setup", file);
-  require(host.params_setup(), "parameter setup", file);
+  {
+    const StderrLineGuard banner;
+    require_success(host.global_setup(), module_command("global setup", file));
+  }
+  require_success(host.params_setup(), module_command("parameter setup", file));
   lunaform::host::Composition composition = scene.composition_for(host.params());
   const std::string summary = std::to_string(composition.width) + " x " +
                               std::to_string(composition.height) + ", " +
@@ -78,22 +92,96 @@ void check_scene(const std::filesystem::path& scene_path, const std::filesystem:
   std::cout << scene_path.string() << ": " << summary << ": the effect accepts the scene\n";
 }
 
+// Renders the job's frames one after the other, each written as soon as it is done. What the
+// module writes to standard error meanwhile is kept on lines of its own.
+void render(const lunaform::host::RenderOptions& options, const std::filesystem::path& file) {
+  const lunaform::host::RenderJob job = lunaform::host::RenderJob::plan(options);
+  for (const std::string& warning : job.warnings()) {
+    std::cerr << kProgram << ": warning: " << warning << "\n";
+  }
+  const Module module = Module::load(file);
+  EffectHost host(module.entry_point());
+  {
+    const StderrLineGuard module_text;
+    job.prepare(host, file);
+  }
+  const lunaform::host::FrameRange frames = job.frames();
+  {
+    lunaform::host::RenderProgress progress(std::cerr, frames.size(), isatty(STDERR_FILENO) == 1);
+    for (int frame = frames.first; frame <= frames.last; ++frame) {
+      progress.next_frame(job.output_file(frame));
+      std::unique_ptr<lunaform::host::PixelWorld> world;
+      {
+        const StderrLineGuard module_text([&] { progress.end_line(); });
+        world = lunaform::host::render_frame(host, frame);
+      }
+      lunaform::host::write_frame(*world, job.output_file(frame));
+    }
+  }
+  print_warnings(host);
+  if (frames.size() == 1) {
+    std::cout << "wrote " << job.output_file(frames.first).string() << "\n";
+  } else {
+    std::cout << "wrote " << frames.size() << " frames: " << job.output_file(frames.first).string()
+              << " to " << job.output_file(frames.last).string() << "\n";
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  CLI::App app{"Shows what the Lunaform host learns from an effect module.", kProgram};
-  std::string module;
-  app.add_option("--info", module,
-                 "Load MODULE (default: " LUNAFORM_DEFAULT_MODULE
-                 " beside this program), take it through setup and setdown and print its PiPL and "
-                 "parameters")
-      ->expected(0, 1)
-      ->type_name("MODULE");
+  CLI::App app{
+      "Renders frames of a scene file (without one: the built-in default composition, 1920 x "
+      "1080, the effect at its defaults) through the Lunaform effect module to PNG or EXR files.",
+      kProgram};
+  lunaform::host::RenderOptions options;
   std::string scene;
-  app.add_option("--check", scene,
-                 "Read SCENE and apply it to the module's parameters; report the first problem")
-      ->type_name("SCENE");
-  app.add_option("--module", module, "The module to use with --check")->type_name("MODULE");
+  CLI::Option* scene_option =
+      app.add_option("SCENE", scene, "The scene file to render (see docs/scene-format.md)")
+          ->type_name("FILE");
+  std::string output;
+  CLI::Option* output_option = app.add_option(
+      "-o,--output", output,
+      "The image file: .png (8 or 16 bits per channel) or .exr (32-bit float); several frames "
+      "need a run of '#' for the frame number (out.####.png). Default: the scene's name or "
+      "'lunaform', in the current folder");
+  std::string frames;
+  CLI::Option* frames_option = app.add_option(
+      "--frames", frames, "Composition frames FIRST-LAST, both included, or one frame (default 0)");
+  int bits = 0;
+  CLI::Option* bits_option =
+      app.add_option("--bpc", bits,
+                     "Bits per channel: 8 or 16 (PNG), 32 (EXR); default: by the output's type")
+          ->check(CLI::IsMember({8, 16, 32}));
+  CLI::Option* downsample_option = app.add_option(
+      "--downsample", options.downsample, "Render at 1/N of the size (N from 1; default 1)");
+  std::string region;
+  CLI::Option* region_option = app.add_option(
+      "--region", region, "Render only the rectangle X,Y,WIDTH,HEIGHT of the (downsampled) layer");
+  std::string module;
+  CLI::Option* info_option =
+      app.add_option("--info", module,
+                     "Load MODULE (default: " LUNAFORM_DEFAULT_MODULE
+                     " beside this program), take it through setup and setdown and print its PiPL "
+                     "and parameters")
+          ->expected(0, 1)
+          ->type_name("MODULE");
+  std::string check;
+  CLI::Option* check_option =
+      app.add_option("--check", check,
+                     "Read SCENE and apply it to the module's parameters; report the first "
+                     "problem")
+          ->type_name("SCENE");
+  app.add_option("--module", module,
+                 "The module to render or check with (default: " LUNAFORM_DEFAULT_MODULE
+                 " beside this program)")
+      ->type_name("MODULE");
+  for (CLI::Option* render_only : {scene_option, output_option, frames_option, bits_option,
+                                   downsample_option, region_option}) {
+    info_option->excludes(render_only);
+    check_option->excludes(render_only);
+  }
+  info_option->excludes(check_option);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& help) {
@@ -106,12 +194,31 @@ int main(int argc, char** argv) {
   try {
     const std::filesystem::path module_file =
         module.empty() ? default_module() : std::filesystem::path(module);
-    if (scene.empty()) {
+    if (info_option->count() > 0) {
       print_module_info(module_file);
+    } else if (check_option->count() > 0) {
+      check_scene(check, module_file);
     } else {
-      check_scene(scene, module_file);
+      if (scene_option->count() > 0) {
+        options.scene = scene;
+      }
+      if (output_option->count() > 0) {
+        options.output = output;
+      }
+      if (frames_option->count() > 0) {
+        options.frames = frames;
+      }
+      if (bits_option->count() > 0) {
+        options.bits_per_channel = bits;
+      }
+      if (region_option->count() > 0) {
+        options.region = region;
+      }
+      render(options, module_file);
     }
-  } catch (const HostError& error) {
+  } catch (const std::exception& error) {
+    // HostError carries one line meant for the user; anything else (memory, the file system)
+    // is reported the same way rather than ending the process abruptly.
     std::cerr << kProgram << ": " << error.what() << "\n";
     return 1;
   }

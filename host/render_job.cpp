@@ -1,0 +1,88 @@
+#include "host/render_job.h"
+
+#include <variant>
+
+#include "host/command_result.h"
+#include "host/frame_path.h"
+#include "host/frame_writer.h"
+#include "host/host_error.h"
+#include "host/image_file_type.h"
+#include "host/layer_geometry.h"
+#include "host/output_region.h"
+
+namespace lunaform::host {
+namespace {
+
+std::filesystem::path default_output(const RenderOptions& options, bool several_frames) {
+  const std::string stem = options.scene ? options.scene->stem().string() : "lunaform";
+  const bool floats = options.bits_per_channel == 32;
+  return stem + (several_frames ? ".####" : "") + (floats ? ".exr" : ".png");
+}
+
+LayerSize effect_layer_size(const Composition& comp) {
+  const auto index = effect_layer_index(comp);
+  if (!index) {
+    throw HostError("the composition has no layer that carries the effect");
+  }
+  const auto& effect = std::get<EffectLayer>(comp.layers[*index].content);
+  return {effect.width, effect.height};
+}
+
+}  // namespace
+
+RenderJob RenderJob::plan(const RenderOptions& options) {
+  RenderJob job;
+  const std::optional<FrameRange> frames =
+      options.frames ? std::optional(parse_frame_range(*options.frames)) : std::nullopt;
+  if (options.downsample < 1) {
+    throw HostError("bad --downsample " + std::to_string(options.downsample) +
+                    ": renders at 1/N of the size, N from 1");
+  }
+  job.downsample_ = options.downsample;
+  if (options.region) {
+    job.region_ = parse_region(*options.region);
+  }
+  const bool several_frames = frames && frames->size() > 1;
+  job.output_ = options.output.value_or(default_output(options, several_frames));
+  job.bits_per_channel_ =
+      options.bits_per_channel.value_or(default_bits_per_channel(image_file_type(job.output_)));
+  check_bits_for_file(job.output_, job.bits_per_channel_);
+  if (several_frames && !has_frame_placeholder(job.output_)) {
+    throw HostError("frames " + *options.frames + " need a frame number in the output name '" +
+                    job.output_.string() + "', for example 'out.####.png'");
+  }
+
+  Composition comp = default_composition();
+  if (options.scene) {
+    job.scene_ = SceneFile::load(*options.scene);
+    job.warnings_ = job.scene_->warnings();
+    comp = job.scene_->composition();
+  }
+  const TimeBase base = time_base(comp);
+  job.frames_ = frames.value_or(FrameRange{});
+  check_frame_range(job.frames_, frame_count(base.total_time, base.time_step));
+  if (job.region_) {
+    const PF_RationalScale scale{1, static_cast<A_u_long>(job.downsample_)};
+    check_region(*job.region_, downsampled(effect_layer_size(comp), scale, scale));
+  }
+  check_writable(job.output_);
+  return job;
+}
+
+std::filesystem::path RenderJob::output_file(int frame) const {
+  return frame_file(output_, frame);
+}
+
+void RenderJob::prepare(EffectHost& host, const std::filesystem::path& module) const {
+  require_success(host.global_setup(), module_command("global setup", module));
+  require_success(host.params_setup(), module_command("parameter setup", module));
+  require_success(host.sequence_setup(), module_command("sequence setup", module));
+  host.set_composition(scene_ ? scene_->composition_for(host.params()) : default_composition());
+  HostSettings& settings = host.settings();
+  settings.bits_per_channel = bits_per_channel_;
+  settings.downsample_x = {1, static_cast<A_u_long>(downsample_)};
+  settings.downsample_y = settings.downsample_x;
+  settings.output_rect = region_;
+}
+
+}  // namespace lunaform::host

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "AE_Effect.h"
+#include "host/composition.h"
+#include "host/effect_host.h"
+#include "host/frame_range.h"
+#include "host/scene_file.h"
+
+namespace lunaform::host {
+
+// What a lunaform-render command line asks for, as typed.
+struct RenderOptions {
+  std::optional<std::filesystem::path> scene;   // none: default_composition()
+  std::optional<std::filesystem::path> output;  // none: a name in the current folder
+  std::optional<std::string> frames;            // "A-B" or "A"; none: frame 0
+  std::optional<int> bits_per_channel;          // none: from the output's extension
+  int downsample = 1;                           // render at 1 / downsample of the size
+  std::optional<std::string> region;            // "X,Y,W,H" of the downsampled layer
+};
+
+// A render whose options have all been checked against each other and against the
+// composition, before any module is loaded, so that a mistake costs no render time.
+class RenderJob {
+ public:
+  // Checks the options, reads the scene file (SceneFile::load) and checks the frames and the
+  // region against its composition (or the default composition). Without an output the file
+  // goes to the current folder, named after the scene file (or "lunaform"), with ".####"
+  // before the extension when several frames are asked, ".png" unless 32 bits are asked
+  // (".exr"). Returns the job (a plain value). Throws HostError with one line: a bad --frames
+  // or --region text, a downsample below 1, an output type that cannot hold the bit depth, an
+  // output that needs a frame-number placeholder (several frames) and has none, a scene that
+  // cannot be read, frames outside the composition, a region outside the downsampled layer,
+  // an output folder that cannot be written.
+  static RenderJob plan(const RenderOptions& options);
+
+  const FrameRange& frames() const { return frames_; }
+  int bits_per_channel() const { return bits_per_channel_; }
+  // The file frame `frame` goes to (the output with its placeholder filled in).
+  std::filesystem::path output_file(int frame) const;
+  // Warning lines of reading the scene (footage with NaN or infinite values).
+  const std::vector<std::string>& warnings() const { return warnings_; }
+
+  // Takes the module in `host` through global, parameter and sequence setup, gives the host the
+  // composition (the scene's values converted by the parameters the module registered) and
+  // sets bits per channel, downsample and output rectangle. `module` names the module in
+  // messages. Throws HostError with one line for an error code a command returns ("global
+  // setup of 'M' failed with error 512") or a scene value the module's parameters refuse.
+  // Afterwards render_frame() renders the job's frames.
+  void prepare(EffectHost& host, const std::filesystem::path& module) const;
+
+ private:
+  std::optional<SceneFile> scene_;
+  std::filesystem::path output_;
+  FrameRange frames_;
+  int bits_per_channel_ = 8;
+  int downsample_ = 1;
+  std::optional<PF_LRect> region_;
+  std::vector<std::string> warnings_;
+};
+
+}  // namespace lunaform::host

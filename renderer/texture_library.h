@@ -1,0 +1,23 @@
+#pragma once
+
+#include <GL/glew.h>
+
+// Makes the textures that material maps are uploaded into, with the filtering the context
+// allows. Render thread only, with the context current.
+class TextureLibrary {
+ public:
+  // Reads the context's anisotropy limit (0 where anisotropic filtering is not supported).
+  TextureLibrary();
+
+  // A linear, edge-clamped RGBA32F texture of the given size with undefined contents, left
+  // bound to GL_TEXTURE_2D so that it can be filled.
+  GLuint create_map_texture(int width, int height) const;
+  // Once filled: full anisotropy, trilinear minification and the mipmap chain. Leaves the
+  // texture unbound.
+  void finish_map_texture(GLuint texture) const;
+
+  float max_anisotropy() const { return max_anisotropy_; }
+
+ private:
+  float max_anisotropy_ = 0.0f;
+};

@@ -1,0 +1,72 @@
+// A module whose frames follow a fixed script, for tests of rendering through the host: frame 0
+// is painted opaque white (at each depth the host's white: 255, 32768 or 1.0), frame 1 is left
+// untouched (the output is checked out and nothing is written), frame 2 fails with
+// PF_Err_OUT_OF_MEMORY after saying so on standard error, as a module's error popup does
+// without a display.
+#include <cstdio>
+
+#include "AE_Effect.h"
+#include "AE_EffectCB.h"
+#include "tests/modules/test_module_pipl.h"
+
+LUNAFORM_TEST_MODULE_PIPL("Frame Script", "FrameScriptMain", "HOST TEST Frame Script")
+
+namespace {
+
+template <typename Pixel>
+void fill(PF_EffectWorld& world, const Pixel& pixel) {
+  for (A_long y = 0; y < world.height; ++y) {
+    auto* row = reinterpret_cast<Pixel*>(reinterpret_cast<char*>(world.data) + y * world.rowbytes);
+    for (A_long x = 0; x < world.width; ++x) {
+      row[x] = pixel;
+    }
+  }
+}
+
+PF_Err smart_render(const PF_InData& in_data, const PF_SmartRenderExtra& extra) {
+  PF_EffectWorld* output = nullptr;
+  if (const PF_Err error = extra.cb->checkout_output(in_data.effect_ref, &output)) {
+    return error;
+  }
+  const A_long frame = in_data.current_time / in_data.time_step;
+  if (frame == 2) {
+    std::fputs("Frame Script: frame 2 fails on purpose\n", stderr);
+    return PF_Err_OUT_OF_MEMORY;
+  }
+  if (frame != 0) {
+    return PF_Err_NONE;
+  }
+  switch (extra.input->bitdepth) {
+    case 8:
+      fill(*output, PF_Pixel8{255, 255, 255, 255});
+      break;
+    case 16:
+      fill(*output, PF_Pixel16{32768, 32768, 32768, 32768});
+      break;
+    default:
+      fill(*output, PF_PixelFloat{1.0f, 1.0f, 1.0f, 1.0f});
+      break;
+  }
+  return PF_Err_NONE;
+}
+
+}  // namespace
+
+extern "C" PF_Err FrameScriptMain(PF_Cmd command, PF_InData* in_data, PF_OutData* out_data,
+                                  PF_ParamList, PF_LayerDef*, void* extra) {
+  switch (command) {
+    case PF_Cmd_PARAMS_SETUP:
+      out_data->num_params = 1;
+      return PF_Err_NONE;
+    case PF_Cmd_SMART_PRE_RENDER: {
+      auto* pre_render = static_cast<PF_PreRenderExtra*>(extra);
+      pre_render->output->result_rect = pre_render->input->output_request.rect;
+      pre_render->output->max_result_rect = pre_render->input->output_request.rect;
+      return PF_Err_NONE;
+    }
+    case PF_Cmd_SMART_RENDER:
+      return smart_render(*in_data, *static_cast<PF_SmartRenderExtra*>(extra));
+    default:
+      return PF_Err_NONE;
+  }
+}
