@@ -69,6 +69,11 @@ void PixelTransfer::rebuild_output(GLuint accumulation_texture, const image_desc
   cl_int error = CL_SUCCESS;
   output_buffer_ =
       clCreateBuffer(device_.context(), CL_MEM_READ_WRITE, output_buffer_size_, nullptr, &error);
+  // Whole rows are read back, padding included, and the kernels never write the padding: zero
+  // it once so the host never receives whatever the new buffer happened to hold.
+  const cl_uchar zero = 0;
+  clEnqueueFillBuffer(device_.queue(), output_buffer_, &zero, sizeof(zero), 0, output_buffer_size_,
+                      0, nullptr, nullptr);
   const cl_mem image = output_image_->image();
   const auto row_bytes = static_cast<cl_uint>(output.row_bytes);
   for (const auto& depth_kernels : kernels_) {
