@@ -68,11 +68,17 @@ EffectHost::EffectHost(PF_FilterProc entry_point)
 }
 
 EffectHost::~EffectHost() {
-  if (global_setup_sent_) {
-    if (sequence_live_) {
-      sequence_setdown();
+  try {
+    if (global_setup_sent_) {
+      if (sequence_live_) {
+        sequence_setdown();
+      }
+      global_setdown();
     }
-    global_setdown();
+  } catch (const HostError&) {
+    // Settings a test or caller left impossible (a layer larger than any world) cannot be
+    // described to the module any more; the setdowns are skipped rather than ending the
+    // process from a destructor.
   }
   release_pre_render_data();
   std::lock_guard lock(live_hosts_mutex());
