@@ -32,8 +32,8 @@ LayerSize effect_layer_size(const Composition& comp) {
 
 RenderJob RenderJob::plan(const RenderOptions& options) {
   RenderJob job;
-  const std::optional<FrameRange> frames =
-      options.frames ? std::optional(parse_frame_range(*options.frames)) : std::nullopt;
+  // Frame 0 alone unless a range is given.
+  const FrameRange frames = options.frames ? parse_frame_range(*options.frames) : FrameRange{};
   if (options.downsample < 1) {
     throw HostError("bad --downsample " + std::to_string(options.downsample) +
                     ": renders at 1/N of the size, N from 1");
@@ -42,7 +42,7 @@ RenderJob RenderJob::plan(const RenderOptions& options) {
   if (options.region) {
     job.region_ = parse_region(*options.region);
   }
-  const bool several_frames = frames && frames->size() > 1;
+  const bool several_frames = frames.size() > 1;
   job.output_ = options.output.value_or(default_output(options, several_frames));
   job.bits_per_channel_ =
       options.bits_per_channel.value_or(default_bits_per_channel(image_file_type(job.output_)));
@@ -59,7 +59,7 @@ RenderJob RenderJob::plan(const RenderOptions& options) {
     comp = job.scene_->composition();
   }
   const TimeBase base = time_base(comp);
-  job.frames_ = frames.value_or(FrameRange{});
+  job.frames_ = frames;
   check_frame_range(job.frames_, frame_count(base.total_time, base.time_step));
   if (job.region_) {
     const PF_RationalScale scale{1, static_cast<A_u_long>(job.downsample_)};
