@@ -15,6 +15,7 @@
 
 #include "AE_Effect.h"
 #include "host/host_error.h"
+#include "host/message_line.h"
 
 namespace lunaform::host {
 namespace {
@@ -25,22 +26,6 @@ constexpr std::array<std::string_view, 5> kFootageFormats = {"png", "jpeg", "tif
 
 [[noreturn]] void fail(const std::filesystem::path& file, const std::string& reason) {
   throw HostError("cannot read image '" + file.string() + "': " + reason);
-}
-
-// OpenImageIO's messages may span several lines; the host reports one.
-std::string one_line(std::string text) {
-  while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) {
-    text.pop_back();
-  }
-  std::string line;
-  for (const char c : text) {
-    if (c == '\n') {
-      line += "; ";
-    } else {
-      line += c;
-    }
-  }
-  return line.empty() ? "unknown error" : line;
 }
 
 void check_file_exists(const std::filesystem::path& file) {

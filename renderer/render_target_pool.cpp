@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "renderer/float_texture.h"
+
 RenderTargetPool::RenderTargetPool() : multisample_textures_(GLEW_ARB_texture_multisample) {
   glGetIntegerv(GL_MAX_SAMPLES, &max_samples_);
   glGetIntegerv(GL_MAX_COLOR_TEXTURE_SAMPLES, &max_color_texture_samples_);
@@ -40,11 +42,7 @@ RenderTexture RenderTargetPool::create_render_texture(int width, int height, uns
     glBindTexture(GL_TEXTURE_2D_MULTISAMPLE, 0);
   } else {
     glBindTexture(GL_TEXTURE_2D, name);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA32F, width, height, 0, GL_RGBA, GL_FLOAT, nullptr);
+    define_linear_float_texture(width, height);
     glBindTexture(GL_TEXTURE_2D, 0);
   }
   return {name, RenderTexture::kTexture, sample_count > 0};

@@ -1,37 +1,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <string>
 
 #include "host_temp_folder.h"
+#include "tests/shell_command.h"
 
 namespace {
 
 using testing::HasSubstr;
 
-struct ToolRun {
-  int exit_code = -1;
-  std::string output;  // standard output and standard error together
-};
-
-ToolRun run_render(const std::string& arguments) {
-  const std::string command = std::string(LUNAFORM_RENDER_PATH) + " " + arguments + " 2>&1";
-  ToolRun run;
-  FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) {
-    return run;
-  }
-  char buffer[4096];
-  size_t count;
-  while ((count = fread(buffer, 1, sizeof buffer, pipe)) > 0) {
-    run.output.append(buffer, count);
-  }
-  const int status = pclose(pipe);
-  run.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return run;
+ShellRun run_render(const std::string& arguments) {
+  return run_shell_command(std::string(LUNAFORM_RENDER_PATH) + " " + arguments + " 2>&1");
 }
 
 std::string quoted(const std::filesystem::path& path) {
@@ -42,7 +23,7 @@ TEST(E2eHostRenderTool, InfoPrintsTheModuleAndItsParameters) {
   for (const std::string& arguments :
        {"--info " + quoted(LUNAFORM_MODULE_PATH), std::string("--info")}) {
     SCOPED_TRACE(arguments);
-    const ToolRun run = run_render(arguments);
+    const ShellRun run = run_render(arguments);
     EXPECT_EQ(run.exit_code, 0) << run.output;
     EXPECT_THAT(run.output, HasSubstr("Name:          Lunaform\n"));
     EXPECT_THAT(run.output, HasSubstr("Category:      Brightmoor\n"));
@@ -85,7 +66,7 @@ TEST(E2eHostRenderTool, EveryFailureEndsWithOneClearLine) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.arguments);
-    const ToolRun run = run_render(c.arguments);
+    const ShellRun run = run_render(c.arguments);
     EXPECT_NE(run.exit_code, 0);
     EXPECT_EQ(last_line(run.output), c.line) << run.output;
     if (c.only_line) {
@@ -99,7 +80,7 @@ TEST(E2eHostRenderTool, CheckAcceptsASceneAndRefusesABadOneInOneLine) {
   const std::filesystem::path good = folder.write(
       "good.json",
       R"({"layers": [{"name": "Sphere", "type": "effect", "params": {"Radius": 300}}]})");
-  const ToolRun accepted = run_render("--check " + quoted(good));
+  const ShellRun accepted = run_render("--check " + quoted(good));
   EXPECT_EQ(accepted.exit_code, 0) << accepted.output;
   EXPECT_THAT(accepted.output,
               HasSubstr(good.string() + ": 1920 x 1080, 1 layers: the effect accepts the scene\n"));
@@ -109,7 +90,7 @@ TEST(E2eHostRenderTool, CheckAcceptsASceneAndRefusesABadOneInOneLine) {
   const std::filesystem::path bad = folder.write(
       "bad.json",
       R"({"layers": [{"name": "Sphere", "type": "effect", "params": {"Radiuss": 300}}]})");
-  const ToolRun refused = run_render("--check " + quoted(bad));
+  const ShellRun refused = run_render("--check " + quoted(bad));
   EXPECT_EQ(refused.exit_code, 1);
   const std::string line = last_line(refused.output);
   EXPECT_THAT(line, HasSubstr("lunaform-render: " + bad.string() +

@@ -1,7 +1,6 @@
 #include <OpenImageIO/imageio.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,6 +14,7 @@
 #include <vector>
 
 #include "host_temp_folder.h"
+#include "tests/shell_command.h"
 
 namespace {
 
@@ -36,18 +36,10 @@ ToolRun run_render(const std::filesystem::path& where, const std::string& argume
                                          ("render_tool_stderr_" + std::to_string(getpid()));
   const std::string command = "cd " + quoted(where) + " && " + LUNAFORM_RENDER_PATH + " " +
                               arguments + " 2>" + quoted(err_file);
+  const ShellRun shell = run_shell_command(command);
   ToolRun run;
-  FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) {
-    return run;
-  }
-  char buffer[4096];
-  size_t count;
-  while ((count = fread(buffer, 1, sizeof buffer, pipe)) > 0) {
-    run.out.append(buffer, count);
-  }
-  const int status = pclose(pipe);
-  run.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  run.exit_code = shell.exit_code;
+  run.out = shell.output;
   std::ifstream err(err_file);
   run.err.assign(std::istreambuf_iterator<char>(err), {});
   std::filesystem::remove(err_file);
