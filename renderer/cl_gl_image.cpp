@@ -44,6 +44,11 @@ bool writable(cl_mem_flags access) {
 
 }  // namespace
 
+ClGlImage::Copy ClGlImage::whole_image() {
+  staging_.resize(static_cast<size_t>(width_) * static_cast<size_t>(height_) * 4);
+  return {{0, 0, 0}, {static_cast<size_t>(width_), static_cast<size_t>(height_), 1}};
+}
+
 void ClGlImage::acquire() {
   if (device_.shares_gl()) {
     clEnqueueAcquireGLObjects(device_.queue(), 1, &image_, 0, nullptr, nullptr);
@@ -52,14 +57,12 @@ void ClGlImage::acquire() {
   if (!readable(access_)) {
     return;
   }
-  staging_.resize(static_cast<size_t>(width_) * static_cast<size_t>(height_) * 4);
+  const Copy copy = whole_image();
   glBindTexture(GL_TEXTURE_2D, texture_);
   glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_FLOAT, staging_.data());
   glBindTexture(GL_TEXTURE_2D, 0);
-  const size_t origin[3] = {0, 0, 0};
-  const size_t region[3] = {static_cast<size_t>(width_), static_cast<size_t>(height_), 1};
-  clEnqueueWriteImage(device_.queue(), image_, CL_TRUE, origin, region, 0, 0, staging_.data(), 0,
-                      nullptr, nullptr);
+  clEnqueueWriteImage(device_.queue(), image_, CL_TRUE, copy.origin.data(), copy.region.data(), 0,
+                      0, staging_.data(), 0, nullptr, nullptr);
 }
 
 void ClGlImage::release() {
@@ -70,11 +73,9 @@ void ClGlImage::release() {
   if (!writable(access_)) {
     return;
   }
-  staging_.resize(static_cast<size_t>(width_) * static_cast<size_t>(height_) * 4);
-  const size_t origin[3] = {0, 0, 0};
-  const size_t region[3] = {static_cast<size_t>(width_), static_cast<size_t>(height_), 1};
-  clEnqueueReadImage(device_.queue(), image_, CL_TRUE, origin, region, 0, 0, staging_.data(), 0,
-                     nullptr, nullptr);
+  const Copy copy = whole_image();
+  clEnqueueReadImage(device_.queue(), image_, CL_TRUE, copy.origin.data(), copy.region.data(), 0, 0,
+                     staging_.data(), 0, nullptr, nullptr);
   glBindTexture(GL_TEXTURE_2D, texture_);
   glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, width_, height_, GL_RGBA, GL_FLOAT, staging_.data());
   glBindTexture(GL_TEXTURE_2D, 0);

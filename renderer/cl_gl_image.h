@@ -3,6 +3,8 @@
 #include <CL/cl.h>
 #include <GL/glew.h>
 
+#include <array>
+#include <cstddef>
 #include <vector>
 
 class ClDevice;
@@ -27,6 +29,14 @@ class ClGlImage {
   void release();
 
  private:
+  // Origin and region of level 0 for the image transfers.
+  struct Copy {
+    std::array<size_t, 3> origin;
+    std::array<size_t, 3> region;
+  };
+  // Sizes the staging buffer for the whole level and returns its copy region.
+  Copy whole_image();
+
   const ClDevice& device_;
   cl_mem_flags access_;
   GLuint texture_;

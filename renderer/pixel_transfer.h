@@ -34,6 +34,9 @@ class PixelTransfer {
   // Converts the accumulation texture into output.data: straight colour raised to gamma.
   // Writes an "Output Render" timing line.
   void read_output(const image_desc& output, uint32_t bytes_per_channel, float gamma);
+  // Bytes of the buffer the output kernels write (row bytes x height); 0 before the first
+  // rebuild_output.
+  size_t output_buffer_size() const { return output_buffer_size_; }
   // A mipmapped RGBA32F texture of the image's pixels; 0 when it has none.
   GLuint upload_texture(const image_desc& image, const TextureLibrary& textures);
 

@@ -5,6 +5,15 @@
 
 #include "renderer/float_texture.h"
 
+namespace {
+
+// The requested sample count within a limit of the context; 0 stays 0 (no multisampling).
+GLsizei clamped_samples(unsigned int requested, GLint limit) {
+  return static_cast<GLsizei>(std::min<long long>(requested, limit));
+}
+
+}  // namespace
+
 RenderTargetPool::RenderTargetPool() : multisample_textures_(GLEW_ARB_texture_multisample) {
   glGetIntegerv(GL_MAX_SAMPLES, &max_samples_);
   glGetIntegerv(GL_MAX_COLOR_TEXTURE_SAMPLES, &max_color_texture_samples_);
@@ -24,8 +33,7 @@ GLuint RenderTargetPool::new_framebuffer() {
 }
 
 RenderTexture RenderTargetPool::create_render_texture(int width, int height, unsigned int samples) {
-  const GLsizei sample_count =
-      std::min(static_cast<GLint>(std::min(samples, 1024u)), max_color_texture_samples_);
+  const GLsizei sample_count = clamped_samples(samples, max_color_texture_samples_);
   if (sample_count > 0 && !multisample_textures_) {
     throw std::runtime_error("render texture multi-sampling not supported");
   }
@@ -49,7 +57,7 @@ RenderTexture RenderTargetPool::create_render_texture(int width, int height, uns
 }
 
 RenderTexture RenderTargetPool::create_depth_buffer(int width, int height, unsigned int samples) {
-  const GLsizei sample_count = std::min(static_cast<GLint>(std::min(samples, 1024u)), max_samples_);
+  const GLsizei sample_count = clamped_samples(samples, max_samples_);
   if (width > max_renderbuffer_size_ || height > max_renderbuffer_size_) {
     throw std::runtime_error("render buffer size is over maximum supported size");
   }

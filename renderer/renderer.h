@@ -90,7 +90,6 @@ class Renderer {
   int built_width_ = 0;
   int built_height_ = 0;
   uint32_t built_samples_ = 0;
-  size_t output_buffer_size_ = 0;
   uint32_t accumulation_framebuffer_ = 0;
   uint32_t multisample_framebuffer_ = 0;
   uint32_t resolve_framebuffer_ = 0;

@@ -16,14 +16,13 @@ void Renderer::set_output(unsigned int sample_count, const render_data& output) 
   const size_t size = static_cast<size_t>(image.row_bytes) * static_cast<size_t>(image.height);
   const bool rebuild = image.width != built_width_ || image.height != built_height_ ||
                        sample_count_ != built_samples_;
-  if (size == output_buffer_size_ && !rebuild) {
+  if (size == transfer_->output_buffer_size() && !rebuild) {
     return;
   }
   transfer_->release_output_image();
   if (rebuild) {
     build_render_targets(image.width, image.height, sample_count_);
   }
-  output_buffer_size_ = size;
   transfer_->rebuild_output(accumulation_texture_.name, image);
 }
 
