@@ -54,6 +54,20 @@ Renderer::Renderer(const renderer_sources& sources) {
   transform_matrices_buffer_ = uniform_buffer(sizeof(TransformMatricesBlock));
   lights_buffer_ = uniform_buffer(sizeof(LightsBlock));
 
+  bump_to_normal_program_ =
+      build_program(*programs_, sources.quad_vertex, sources.bump_to_normal_fragment, {});
+  glUseProgram(bump_to_normal_program_);
+  set_sampler_unit(bump_to_normal_program_, "textureSampler", 0);
+  equirectangular_to_cube_program_ =
+      build_program(*programs_, sources.quad_vertex, sources.equirectangular_to_cube_fragment, {});
+  glUseProgram(equirectangular_to_cube_program_);
+  set_sampler_unit(equirectangular_to_cube_program_, "textureSampler", 0);
+  prefilter_program_ =
+      build_program(*programs_, sources.quad_vertex, sources.prefilter_fragment, {});
+  glUseProgram(prefilter_program_);
+  set_sampler_unit(prefilter_program_, "textureSampler", 0);
+  set_sampler_unit(prefilter_program_, "samplesSampler", 1);
+
   material_program_ =
       build_program(*programs_, sources.material_vertex, sources.material_fragment, {});
   glUseProgram(material_program_);
@@ -65,6 +79,7 @@ Renderer::Renderer(const renderer_sources& sources) {
   set_sampler_unit(material_program_, "normalSampler", 3);
   set_sampler_unit(material_program_, "environmentSampler", 4);
   glUseProgram(0);
+  build_sample_table();
 
   glDepthMask(GL_FALSE);
   glEnable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
@@ -84,6 +99,7 @@ Renderer::~Renderer() {
 
 void Renderer::release_resources() {
   transfer_.reset();
+  glDeleteTextures(1, &sample_table_);
   glDeleteBuffers(1, &transform_matrices_buffer_);
   glDeleteBuffers(1, &lights_buffer_);
   quad_.reset();
@@ -150,12 +166,4 @@ model_ref Renderer::upload_model(const void* vertices, uint32_t vertex_count,
 
 unsigned int Renderer::upload_texture(const image_desc& image) {
   return transfer_->upload_texture(image, *textures_);
-}
-
-unsigned int Renderer::make_environment_cube(unsigned int) {
-  return 0;
-}
-
-unsigned int Renderer::make_normal_map(unsigned int, int, int) {
-  return 0;
 }

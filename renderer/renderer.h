@@ -27,6 +27,9 @@ class TextureLibrary;
 struct renderer_sources {
   shader_source quad_vertex = shader_sources::quad_vert;
   shader_source copy_fragment = shader_sources::copy_frag;
+  shader_source bump_to_normal_fragment = shader_sources::bump_to_normal_frag;
+  shader_source equirectangular_to_cube_fragment = shader_sources::equirectangular_to_cube_frag;
+  shader_source prefilter_fragment = shader_sources::prefilter_frag;
   shader_source material_vertex = shader_sources::material_vert;
   shader_source material_fragment = shader_sources::material_frag;
 };
@@ -69,12 +72,18 @@ class Renderer {
                          uint32_t index_count);
   // Returns the new texture's name, 0 when the record has no pixels.
   unsigned int upload_texture(const image_desc& image);
-  // Returns the prefiltered cube map made from an equirectangular texture, 0 for texture 0.
+  // Returns a new cube map (the caller's) made from an equirectangular texture: 512 x 512
+  // faces, level 0 the environment itself, levels 1 to 6 blurred with ever rougher specular
+  // lobes. 0 for texture 0, with nothing created.
   unsigned int make_environment_cube(unsigned int equirectangular_texture);
+  // Returns a new texture (the caller's) of the bump texture's size holding the encoded
+  // tangent-space normals of the height field, with its mipmaps.
   unsigned int make_normal_map(unsigned int bump_texture, int width, int height);
 
  private:
   void build_render_targets(int width, int height, unsigned int samples);
+  void build_sample_table();
+  void prefilter_environment(unsigned int cube, int width, int height);
   void release_resources();
 
   std::unique_ptr<GlContext> gl_;
@@ -103,6 +112,10 @@ class Renderer {
   uint32_t transform_matrices_buffer_ = 0;
   uint32_t lights_buffer_ = 0;
   uint32_t material_program_ = 0;
+  uint32_t bump_to_normal_program_ = 0;
+  uint32_t equirectangular_to_cube_program_ = 0;
+  uint32_t prefilter_program_ = 0;
+  uint32_t sample_table_ = 0;
 
   std::unique_ptr<PixelTransfer> transfer_;
 };

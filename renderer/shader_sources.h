@@ -13,6 +13,9 @@ struct shader_source {
 namespace shader_sources {
 extern const shader_source quad_vert;
 extern const shader_source copy_frag;
+extern const shader_source bump_to_normal_frag;
+extern const shader_source equirectangular_to_cube_frag;
+extern const shader_source prefilter_frag;
 extern const shader_source material_vert;
 extern const shader_source material_frag;
 extern const shader_source pixel_transfer_cl;

@@ -20,6 +20,7 @@ namespace {
 
 namespace ref = shading_reference;
 using gpu_render::output_format;
+using gpu_render::plain_material;
 using gpu_render::rendered_image;
 
 constexpr double kPi = 3.14159265358979323846;
@@ -81,49 +82,6 @@ const hxsdk::quaternion kOrientation = hxsdk::quaternion_from_euler({0.3f, -0.5f
 // dome shows at the top, the inside through the opening below it.
 const hxsdk::quaternion kOpenTowardsCamera =
     hxsdk::quaternion_from_euler({static_cast<float>(-25.0 * kPi / 180.0), 0.0f, 0.2f, 0.0f});
-
-// Every field the shading reads, set explicitly; maps absent.
-material_properties plain_material() {
-  material_properties m;
-  m.surface_mode = 2;
-  m.flatten_bottom = 0;
-  m.unlit = 0;
-  m.diffuse_blend = 1.0f;
-  m.edge_feather = 0.0f;
-  m.edge_shrink = 0.0f;
-  m.diffuse_gamma = 1.0f;
-  m.glossiness_gamma = 1.0f;
-  m.illumination_gamma = 1.0f;
-  m.environment_gamma = 1.0f;
-  m.diffuse_brightness = 1.0f;
-  m.glossiness_brightness = 1.0f;
-  m.illumination_brightness = 1.0f;
-  m.environment_brightness = 1.0f;
-  m.normal_amount = 1.0f;
-  m.clip_lighting = 0.5f;
-  m.normal_invert_green = 0;
-  m.fresnel = 0.0f;
-  m.fresnel_bias = 0.0f;
-  m.shadow_light = 0.0f;
-  m.shadow_light_contrast = 1.0f;
-  m.shadow_light_expansion = 0.0f;
-  m.bump_influence = 0.5f;
-  m.model_color = {0.8f, 0.6f, 0.4f, 1.0f};
-  m.illumination_color = {0.0f, 0.0f, 0.0f, 1.0f};
-  m.reflectivity = 0.0f;
-  m.ambient = 1.0f;
-  m.diffuse = 0.9f;
-  m.glossiness = 0.5f;
-  m.specular = 0.3f;
-  m.environment_orientation = {0.0f, 0.0f, 0.0f, 1.0f};
-  m.uv_type = 1;
-  m.uv_mode = 1;
-  m.uv_repeat = {1.0f, 1.0f};
-  m.uv_offset = {0.0f, 0.0f};
-  m.uv_feathering = 0.5f;
-  m.uv_rotation = 0.0f;
-  return m;
-}
 
 hxsdk::vec4 unit(hxsdk::vec4 v) {
   const float length = std::sqrt(v.x * v.x + v.y * v.y + v.z * v.z);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "renderer/renderer_thread.h"
+#include "scene/material_properties.h"
 #include "scene/math3d.h"
 #include "scene/model_ref.h"
 #include "scene/render_properties.h"
@@ -23,6 +24,10 @@ namespace gpu_render {
 // y-down, z-away world does. fov_y is the full vertical angle in degrees.
 render_properties look_at_camera(hxsdk::vec4 eye, hxsdk::vec4 target, hxsdk::vec4 down,
                                  float fov_y_degrees, int width, int height);
+
+// Every field the shading reads, set explicitly: a lit, moderately glossy orange surface
+// with no maps, no reflection and no self-illumination.
+material_properties plain_material();
 
 // How the host buffer of a frame looks.
 struct output_format {
@@ -62,6 +67,9 @@ class SphereRenderer {
   // weights 1, 1/2, 1/3, ... in that order.
   rendered_image render_samples(std::span<const shading_reference::sphere_scene> samples,
                                 const output_format& format);
+
+  // The render thread, for tests that make textures before they render.
+  RendererThread& thread() { return *thread_; }
 
  private:
   std::unique_ptr<RendererThread> thread_;
