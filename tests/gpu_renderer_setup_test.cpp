@@ -103,6 +103,28 @@ TEST(GpuRendererSetup, SamplerUnitsAndBlockBindingsAreSetAfterLinking) {
   });
   EXPECT_EQ(units, (std::vector<GLint>{0, 1, 2, 3, 4}));
   EXPECT_EQ(bindings, (std::vector<GLint>{0, 1}));
+
+  // The image programs: the copy, bump-to-normal and equirectangular programs read their
+  // source on unit 0; the prefilter reads the cube there and its sample table on unit 1.
+  std::vector<std::vector<GLint>> image_units;
+  thread.run_on_renderer([&](Renderer&) {
+    for (GLuint program = 1; program < 64; ++program) {
+      if (!glIsProgram(program) || glGetUniformLocation(program, "textureSampler") < 0) {
+        continue;
+      }
+      std::vector<GLint> program_units;
+      for (const char* name : {"textureSampler", "samplesSampler"}) {
+        const GLint location = glGetUniformLocation(program, name);
+        GLint unit = -1;
+        if (location >= 0) {
+          glGetUniformiv(program, location, &unit);
+        }
+        program_units.push_back(unit);
+      }
+      image_units.push_back(program_units);
+    }
+  });
+  EXPECT_EQ(image_units, (std::vector<std::vector<GLint>>{{0, -1}, {0, -1}, {0, -1}, {0, 1}}));
 }
 
 render_data output_of_size(int width, int height, std::vector<std::byte>& pixels) {
