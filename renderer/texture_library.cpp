@@ -1,9 +1,16 @@
 #include "renderer/texture_library.h"
 
 #include "renderer/float_texture.h"
+#include "renderer/gl_vendor.h"
 
 TextureLibrary::TextureLibrary() {
-  if (GLEW_EXT_texture_filter_anisotropic) {
+  // Mesa's software rasteriser samples anisotropically from the coordinates' own differences
+  // even where a lookup passes explicit gradients, so the spherical projection's seam and the
+  // environment's poles would read the whole map's average there. Trilinear filtering alone
+  // keeps them right.
+  const auto* renderer = reinterpret_cast<const char*>(glGetString(GL_RENDERER));
+  const bool gradients_ignored = renderer != nullptr && mentions(renderer, "llvmpipe");
+  if (GLEW_EXT_texture_filter_anisotropic && !gradients_ignored) {
     glGetFloatv(GL_MAX_TEXTURE_MAX_ANISOTROPY_EXT, &max_anisotropy_);
   }
 }

@@ -6,7 +6,8 @@
 // allows. Render thread only, with the context current.
 class TextureLibrary {
  public:
-  // Reads the context's anisotropy limit (0 where anisotropic filtering is not supported).
+  // Reads the context's anisotropy limit (0 where anisotropic filtering is not supported, or
+  // where the driver's anisotropic sampling ignores explicit gradients).
   TextureLibrary();
 
   // A linear, edge-clamped RGBA32F texture of the given size with undefined contents, left
