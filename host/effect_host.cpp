@@ -147,6 +147,7 @@ void EffectHost::set_composition(Composition comp) {
   check_composition(comp);
   composition_ = std::move(comp);
   layer_choices_.clear();
+  footage_refresh_.watch(composition_);
   const auto& effect =
       std::get<EffectLayer>(composition_.layers[*effect_layer_index(composition_)].content);
   settings_.layer = {effect.width, effect.height};
@@ -190,6 +191,16 @@ std::optional<std::size_t> EffectHost::chosen_layer(PF_ParamIndex index) const {
   return std::nullopt;
 }
 
+void EffectHost::refresh_footage() {
+  for (std::string& warning : footage_refresh_.refresh(composition_)) {
+    footage_warnings_.push_back(std::move(warning));
+  }
+}
+
+std::vector<std::string> EffectHost::take_footage_warnings() {
+  return std::exchange(footage_warnings_, {});
+}
+
 std::vector<ParamMismatch> EffectHost::effect_param_mismatches() const {
   std::vector<ParamMismatch> mismatches;
   const auto effect_index = effect_layer_index(composition_);
@@ -218,6 +229,11 @@ PF_State EffectHost::param_state(PF_ParamIndex index, double seconds) {
     content.add(settings_.layer);
   } else if (param.current.param_type == PF_Param_LAYER) {
     if (const auto chosen = chosen_layer(index)) {
+      // A checkout delivers the layer at the frame's depth and downsampling: an 8-bit preview
+      // of float footage is not what a 32-bit frame gets.
+      content.add(settings_.bits_per_channel);
+      content.add(settings_.downsample_x);
+      content.add(settings_.downsample_y);
       content.add(layer_content_hash(composition_.layers[*chosen], *chosen, image_hashes_));
     }
   } else {

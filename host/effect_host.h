@@ -14,6 +14,7 @@
 #include "SPBasic.h"
 #include "host/aegp_objects.h"
 #include "host/composition.h"
+#include "host/footage_refresh.h"
 #include "host/handle_table.h"
 #include "host/layer_geometry.h"
 #include "host/param_list.h"
@@ -190,11 +191,18 @@ class EffectHost {
   PF_ParamDef param_value_at(PF_ParamIndex index, double seconds) const;
   // The parameter state stamp of `index` at `seconds` (PF_GetCurrentState): changes exactly
   // when the value at that time changes, or, for a layer parameter, the chosen layer or its id,
-  // size or pixels.
+  // size or pixels, or the bit depth or downsampling it is checked out at.
   PF_State param_state(PF_ParamIndex index, double seconds);
   // The composition's effect-layer values that do not fit the parameters received in
   // parameter setup, in name order; empty when all fit (or nothing was set).
   std::vector<ParamMismatch> effect_param_mismatches() const;
+  // Re-reads the composition's footage files that changed on disk since set_composition() or
+  // the previous call (FootageRefresh), as a host does before it renders a frame; render_frame()
+  // calls it. Its warning lines (a changed file that cannot be read keeps its old pixels) are
+  // kept for take_footage_warnings().
+  void refresh_footage();
+  // The warning lines of refresh_footage() not yet taken, oldest first; the caller shows them.
+  std::vector<std::string> take_footage_warnings();
 
   // --- What happened. All references stay valid until the next command. ---
   const std::vector<CommandRecord>& commands() const { return commands_; }
@@ -317,6 +325,8 @@ class EffectHost {
   ParamList params_;
   Composition composition_;
   std::map<PF_ParamIndex, LayerRef> layer_choices_;
+  FootageRefresh footage_refresh_;
+  std::vector<std::string> footage_warnings_;
   HandleTable handles_;
   SuiteRegistry suites_;
   AegpObjects aegp_;

@@ -97,7 +97,7 @@ std::string clean_non_finite(const std::filesystem::path& file, std::vector<floa
   if (nan_count == 0 && infinite_count == 0) {
     return {};
   }
-  return "warning: '" + file.string() + "': " + counted(nan_count, "NaN value") + " set to 0, " +
+  return "'" + file.string() + "': " + counted(nan_count, "NaN value") + " set to 0, " +
          counted(infinite_count, "infinite value") + " set to the largest finite float";
 }
 

@@ -13,8 +13,8 @@ namespace lunaform::host {
 // maximum); float files keep their range.
 struct Footage {
   Image image;
-  // One line ("warning: 'FILE': ...") when the file held NaN or infinite values that were
-  // replaced; empty otherwise. Left for the caller to show.
+  // One line ("'FILE': ...") when the file held NaN or infinite values that were replaced;
+  // empty otherwise. Left for the caller to show, marked as a warning.
   std::string warning;
 };
 

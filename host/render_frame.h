@@ -8,8 +8,9 @@
 namespace lunaform::host {
 
 // Renders composition frame `frame` through `host` as a host renders one frame of the effect's
-// layer: sets settings().current_time to frame × settings().time_step, sends Smart PreRender,
-// then Smart Render, and hands the output world on.
+// layer: re-reads the footage files that changed on disk (host.refresh_footage(); its warnings
+// wait in host.take_footage_warnings()), sets settings().current_time to frame ×
+// settings().time_step, sends Smart PreRender, then Smart Render, and hands the output world on.
 //
 // Before: the module in `host` has had global, parameter and sequence setup, and the host has
 // its composition (set_composition) and the render settings it is to use: bits_per_channel,

@@ -99,7 +99,8 @@ void PixelTransfer::read_output(const image_desc& output, uint32_t bytes_per_cha
 }
 
 GLuint PixelTransfer::upload_texture(const image_desc& image, const TextureLibrary& textures) {
-  if (image.data == nullptr) {
+  // A host may hand out a world of no pixels with a buffer pointer all the same.
+  if (image.data == nullptr || image.width <= 0 || image.height <= 0) {
     return 0;
   }
   const cl_kernel input_kernel = kernel(kInput, image.bytes_per_channel);

@@ -240,7 +240,7 @@ TEST(FootageReader, NanAndInfinityAreReplacedWithOneWarningNamingTheFile) {
 
   const float largest = 3.40282347e+38f;
   expect_pixels(footage, {0, largest, -largest, 0.5f, 0.25f, 0, 2, 1}, 0.0f, "cleaned EXR");
-  EXPECT_EQ(footage.warning, "warning: '" + file.string() +
+  EXPECT_EQ(footage.warning, "'" + file.string() +
                                  "': 2 NaN values set to 0, 2 infinite values set to the "
                                  "largest finite float");
 }

@@ -360,7 +360,7 @@ TEST(SceneFile, FootageWithNanOrInfinityGivesOneWarningLine) {
 
   ASSERT_EQ(scene.warnings().size(), 1u);
   EXPECT_THAT(scene.warnings()[0],
-              testing::StartsWith("warning: '" + (folder / "dirty.exr").string() + "': 1 NaN"));
+              testing::StartsWith("'" + (folder / "dirty.exr").string() + "': 1 NaN"));
   EXPECT_EQ(content<FootageLayer>(scene.composition().layers[0]).image->rgba[0], 0.0f);
 }
 

@@ -115,6 +115,10 @@ void render(const lunaform::host::RenderOptions& options, const std::filesystem:
         const StderrLineGuard module_text([&] { progress.end_line(); });
         world = lunaform::host::render_frame(host, frame);
       }
+      for (const std::string& warning : host.take_footage_warnings()) {
+        progress.end_line();
+        std::cerr << kProgram << ": warning: " << warning << "\n";
+      }
       lunaform::host::write_frame(*world, job.output_file(frame));
     }
   }
