@@ -574,6 +574,7 @@ TEST(E2eSceneExamples, EveryExampleLoadsAgainstTheModulesOwnParameters) {
   const std::string make_images = "'" + (source_folder() / "tools/make-example-images").string() +
                                   "' '" + (folder / "images").string() + "'";
   ASSERT_EQ(std::system(make_images.c_str()), 0) << make_images;
+  std::filesystem::copy(source_folder() / "examples/images/planet", folder / "images/planet");
   EffectHost host(e2e_plugin::real_module_entry());
   {
     const e2e_plugin::StderrCapture banner;
@@ -598,10 +599,10 @@ TEST(E2eSceneExamples, EveryExampleLoadsAgainstTheModulesOwnParameters) {
   for (const auto& [name, comp] : loaded) {
     names.push_back(name);
   }
-  EXPECT_THAT(names,
-              testing::ElementsAre("camera-orthographic.json", "camera.json", "composition.json",
-                                   "footage-maps.json", "keyframes.json", "lights.json",
-                                   "minimal.json", "motion-blur.json", "parameters.json"));
+  EXPECT_THAT(names, testing::ElementsAre("camera-orthographic.json", "camera.json",
+                                          "composition.json", "footage-maps.json", "keyframes.json",
+                                          "lights.json", "minimal.json", "motion-blur.json",
+                                          "parameters.json", "planet.json"));
   // Popup texts resolve to the effect's own choice numbers: "Hemisphere" is the second of
   // "Sphere|Hemisphere", "16" the fifth of "0|2|4|8|16", "Comp Settings" the first.
   const auto& shown = content<EffectLayer>(loaded.at("parameters.json").layers[0]).params;
