@@ -4,67 +4,22 @@
 // samples. Stage times are the module's own timing lines, averaged over the iterations.
 #include <benchmark/benchmark.h>
 
-#include <cstring>
-#include <map>
-#include <memory>
-#include <mutex>
 #include <string>
-#include <string_view>
 
+#include "bench/bench_support.h"
 #include "host/composition.h"
 #include "host/effect_host.h"
-#include "platform/debug_output.h"
-#include "plugin/ae_plugin_connection.h"
-#include "plugin/plugin_entry.h"
 
 namespace {
 
+using bench_support::effect_entry;
+using bench_support::require;
+using bench_support::TimingLines;
 using lunaform::host::Animated;
 using lunaform::host::Composition;
 using lunaform::host::EffectHost;
 using lunaform::host::EffectLayer;
 using lunaform::host::Layer;
-
-// The module's entry logic around its plug-in object, in this process, so that its timing
-// lines reach this program's debug sink.
-PF_Err effect_entry(PF_Cmd command, PF_InData* in_data, PF_OutData* out_data, PF_ParamList params,
-                    PF_LayerDef*, void* extra) {
-  return run_plugin_entry(
-      []() -> std::unique_ptr<AePlugin> { return std::make_unique<AePluginConnection>(); }, command,
-      in_data, out_data, params, extra);
-}
-
-// Sums the milliseconds of every "NAME: X ms" timing line written while alive.
-class TimingLines {
- public:
-  TimingLines()
-      : previous_(hxsdk::set_debug_sink([this](std::string_view line) {
-          const size_t colon = line.find(": ");
-          if (colon == std::string_view::npos || line.find(" ms") == std::string_view::npos) {
-            return;
-          }
-          std::lock_guard lock(mutex_);
-          totals_[std::string(line.substr(0, colon))] +=
-              std::stod(std::string(line.substr(colon + 2)));
-        })) {}
-  ~TimingLines() { hxsdk::set_debug_sink(std::move(previous_)); }
-
-  double total(const std::string& name) {
-    std::lock_guard lock(mutex_);
-    return totals_[name];
-  }
-
- private:
-  std::mutex mutex_;
-  std::map<std::string, double> totals_;
-  hxsdk::DebugSink previous_;
-};
-
-void require(PF_Err result, benchmark::State& state, const char* command) {
-  if (result != PF_Err_NONE) {
-    state.SkipWithError((std::string(command) + " failed").c_str());
-  }
-}
 
 void BM_GlobalSetup(benchmark::State& state) {
   for (auto _ : state) {
