@@ -6,6 +6,7 @@
 #include <string>
 
 #include "AE_EffectCB.h"
+#include "crash/crash_translator.h"
 #include "plugin/fatal_error.h"
 #include "plugin/hx_exception.h"
 #include "plugin/product_info.h"
@@ -80,6 +81,9 @@ PF_Err run_plugin_entry(PluginFactory make_plugin, PF_Cmd command, PF_InData* in
   try {
     require_records(in_data, out_data);
     if (command == PF_Cmd_GLOBAL_SETUP) {
+      // From here on a hardware fault on this thread becomes a crash report and an exception
+      // this barrier catches, instead of taking the host down.
+      install_crash_translator();
       create_plugin(make_plugin, *in_data, *out_data);
     }
     const PF_Err result = plugin_of(*in_data).dispatch(command, in_data, out_data, params, extra);

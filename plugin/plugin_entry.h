@@ -11,6 +11,8 @@ using PluginFactory = std::unique_ptr<AePlugin> (*)();
 // Everything the module's exported entry point does, around whichever plug-in object
 // `make_plugin` makes (the module passes its real one; tests pass their own):
 // - commands above 10000 return 0 at once, touching nothing;
+// - global setup installs the crash translator on the calling thread (crash/crash_translator.h),
+//   so that a hardware fault there is answered like an exception;
 // - global setup allocates the global-data handle and creates the object into it, global
 //   setdown destroys both; every command reaches the object through the global data;
 // - it is the module's only exception barrier: an exception escaping any of this is shown

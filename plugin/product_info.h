@@ -17,6 +17,10 @@ inline constexpr std::uint32_t kVersionMinor = 0;
 inline constexpr std::uint32_t kVersionPatch = 2;
 inline constexpr std::uint32_t kBuild = 66;
 
+// Where crash reports are sent; named in the message that points the user at a crash dump.
+// A placeholder until the product owner supplies the real address.
+inline constexpr char kSupportAddress[] = "support@brightmoor.invalid";
+
 // "1.0.2": major, minor and patch joined by dots.
 inline std::string version_text() {
   return std::to_string(kVersionMajor) + "." + std::to_string(kVersionMinor) + "." +

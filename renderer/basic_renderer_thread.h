@@ -8,6 +8,8 @@
 #include <thread>
 #include <utility>
 
+#include "crash/crash_translator.h"
+
 // One unit of render-thread work. Jobs take their arguments by reference from the caller's
 // stack, which is sound because the caller blocks until the job has run.
 using RendererJob = std::function<void()>;
@@ -105,6 +107,9 @@ class BasicRendererThread {
 
  private:
   void thread_body(Factory make_renderer) noexcept {
+    // A hardware fault in the renderer's construction or in a job becomes a crash report and
+    // an exception, which reaches the waiting caller like any other job error.
+    install_crash_translator();
     try {
       // The factory is dropped as soon as it has been called, so that whatever it captured is
       // released long before finished is set.
