@@ -11,10 +11,13 @@
 namespace lunaform::host {
 namespace {
 
-// The footage layers of `comp` that show an image, by file, in layer order.
-std::map<std::filesystem::path, std::vector<FootageLayer*>> footage_by_file(Composition& comp) {
-  std::map<std::filesystem::path, std::vector<FootageLayer*>> by_file;
-  for (Layer& layer : comp.layers) {
+// The footage layers of `comp` that show an image, by file, in layer order (const or not, as
+// `comp` is).
+template <typename CompositionType>
+auto footage_by_file(CompositionType& comp) {
+  using FootagePointer = decltype(std::get_if<FootageLayer>(&comp.layers.front().content));
+  std::map<std::filesystem::path, std::vector<FootagePointer>> by_file;
+  for (auto& layer : comp.layers) {
     if (auto* footage = std::get_if<FootageLayer>(&layer.content);
         footage != nullptr && footage->image != nullptr) {
       by_file[footage->path].push_back(footage);
@@ -42,11 +45,8 @@ FootageRefresh::FileState FootageRefresh::look_at(const std::filesystem::path& f
 
 void FootageRefresh::watch(const Composition& comp) {
   seen_.clear();
-  for (const Layer& layer : comp.layers) {
-    if (const auto* footage = std::get_if<FootageLayer>(&layer.content);
-        footage != nullptr && footage->image != nullptr) {
-      seen_.emplace(footage->path, look_at(footage->path));
-    }
+  for (const auto& [file, layers] : footage_by_file(comp)) {
+    seen_.emplace(file, look_at(file));
   }
 }
 

@@ -25,10 +25,14 @@ GLuint TextureLibrary::create_map_texture(int width, int height) const {
 
 void TextureLibrary::finish_map_texture(GLuint texture) const {
   glBindTexture(GL_TEXTURE_2D, texture);
-  if (max_anisotropy_ != 0.0f) {
-    glTexParameterf(GL_TEXTURE_2D, GL_TEXTURE_MAX_ANISOTROPY_EXT, max_anisotropy_);
-  }
+  apply_anisotropy();
   glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
   glGenerateMipmap(GL_TEXTURE_2D);
   glBindTexture(GL_TEXTURE_2D, 0);
+}
+
+void TextureLibrary::apply_anisotropy() const {
+  if (max_anisotropy_ != 0.0f) {
+    glTexParameterf(GL_TEXTURE_2D, GL_TEXTURE_MAX_ANISOTROPY_EXT, max_anisotropy_);
+  }
 }

@@ -17,7 +17,8 @@ class TextureLibrary {
   // texture unbound.
   void finish_map_texture(GLuint texture) const;
 
-  float max_anisotropy() const { return max_anisotropy_; }
+  // Gives the texture bound to GL_TEXTURE_2D the full anisotropy, where there is any.
+  void apply_anisotropy() const;
 
  private:
   float max_anisotropy_ = 0.0f;
