@@ -488,8 +488,7 @@ PF_Err EffectHost::get_platform_data(PF_PlatDataID which, void* data) {
                  ", which this host does not offer");
     return PF_Err_BAD_CALLBACK_PARAM;
   }
-  // No windowing system is attached to this host: there is no main window to parent to.
-  *static_cast<void**>(data) = nullptr;
+  *static_cast<void**>(data) = main_window_;
   return PF_Err_NONE;
 }
 

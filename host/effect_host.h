@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <functional>
 #include <map>
 #include <memory>
@@ -14,6 +15,7 @@
 #include "SPBasic.h"
 #include "host/aegp_objects.h"
 #include "host/composition.h"
+#include "host/drawbot_objects.h"
 #include "host/footage_refresh.h"
 #include "host/handle_table.h"
 #include "host/layer_geometry.h"
@@ -95,6 +97,29 @@ struct RenderCheckoutCall {
   const PF_EffectWorld* world = nullptr;  // the world handed out, null when none was
 };
 
+// One custom-UI event for a parameter's control in the effect-controls panel, and what the
+// module made of it. Rectangles and points are in panel pixels.
+struct ControlEvent {
+  PF_EventType type = PF_Event_DRAW;   // PF_Event_DRAW, _ADJUST_CURSOR, _DO_CLICK or _DRAG
+  PF_ParamIndex index = 0;             // whose control
+  PF_EffectArea area = PF_EA_CONTROL;  // where the pointer is: on the control or its title
+  PF_Rect current_frame{};             // the control
+  PF_Rect title_frame{};               // the parameter's title row
+  PF_Point point{};                    // the pointer (cursor, click and drag events)
+  bool last_time = false;              // drag events: the button was let go
+  PF_EventInFlags in_flags = PF_EI_NONE;
+  // Draw events: the panel image (a cairo image surface) the module draws into, clipped to
+  // current_frame. Borrowed for the event.
+  cairo_surface_t* target = nullptr;
+
+  // What the module set. A click's send_drag and continuation travel on to the drag events
+  // that follow it: send the same record again as PF_Event_DRAG.
+  PF_EventOutFlags out_flags = PF_EO_NONE;
+  PF_CursorType cursor = PF_Cursor_NONE;  // adjust-cursor events
+  bool send_drag = false;
+  std::array<A_intptr_t, 4> continuation{};
+};
+
 // A host for one effect instance: drives an effect's entry function through the effect API
 // with real in-data, out-data, callbacks, handles, suites and Smart Render worlds.
 //
@@ -124,9 +149,13 @@ struct RenderCheckoutCall {
 // handed out in downsampled layer pixels. Layer parameters: the chosen layer's downsampled
 // size, no pixels; an empty one checks out with no error, 0 x 0.
 //
+// Custom UI: send_event() sends a control's events as an effect-controls panel does. The PF
+// Effect Custom UI and DRAWBOT suites draw a draw event on its target image with cairo; the
+// images a module makes stay in drawbot_objects() until it releases them.
+//
 // Destruction: if global setup was sent and global setdown was not, the destructor sends
 // sequence setdown (when sequence data is live) and global setdown, as a host does on quit;
-// then it frees every handle and world it still holds.
+// then it frees every handle, world and image it still holds.
 class EffectHost {
  public:
   explicit EffectHost(PF_FilterProc entry_point);
@@ -150,6 +179,12 @@ class EffectHost {
   PF_Err about();
   // Any command number with any extra record (range tests); the current parameters are passed.
   PF_Err send(PF_Cmd command, void* extra = nullptr);
+  // Sends `event` as PF_Cmd_EVENT with its effect-window record and an event context of the
+  // effect window, then fills in what the module set (out-flags, cursor, send-drag and
+  // continuation). During a draw event the custom-UI suite hands out a drawing reference on
+  // event.target (drawbot_objects()). Throws HostError for another event type, a draw event
+  // without a target, or an index outside the parameter list.
+  PF_Err send_event(ControlEvent& event);
 
   // Smart PreRender for the current settings: the output request covers settings().output_rect
   // (or the whole downsampled layer); `initial_output` is the pre-render output record as the
@@ -165,6 +200,9 @@ class EffectHost {
 
   // --- Settings. ---
   HostSettings& settings() { return settings_; }
+  // The host's main window as get_platform_data(PF_PlatData_MAIN_WND) hands it out (an
+  // SDL_Window*, borrowed; null for none, the default).
+  void set_main_window(void* window) { main_window_ = window; }
   CheckoutFailures& checkout_failures() { return failures_; }
   // Gives layer parameter `index` (1 or above) a transparent layer of `size` (full resolution):
   // a solid named "Layer source INDEX" in the composition, chosen for that index ahead of the
@@ -252,6 +290,11 @@ class EffectHost {
 
   HandleTable& handles() { return handles_; }
   SuiteRegistry& suites() { return suites_; }
+  // The DRAWBOT objects handed out: the module's images, and a draw event's drawing.
+  DrawbotObjects& drawbot_objects() { return drawbot_; }
+  const DrawbotObjects& drawbot_objects() const { return drawbot_; }
+  // The context handle of the event being sent; null outside send_event().
+  PF_ContextH event_context() const { return event_context_; }
 
   // Runs `body` with in-data, out-data and parameter array prepared exactly as for `command`,
   // with this host active on the calling thread and callbacks behaving as during that command
@@ -330,6 +373,7 @@ class EffectHost {
   HandleTable handles_;
   SuiteRegistry suites_;
   AegpObjects aegp_;
+  DrawbotObjects drawbot_;
   ImageHashes image_hashes_;
   std::vector<TimedCall> timed_calls_;
 
@@ -340,6 +384,8 @@ class EffectHost {
   PF_Handle global_data_ = nullptr;
   PF_Handle sequence_data_ = nullptr;
   PF_Cmd running_command_ = -1;
+  void* main_window_ = nullptr;
+  PF_ContextH event_context_ = nullptr;
   bool global_setup_sent_ = false;
   bool sequence_live_ = false;
 

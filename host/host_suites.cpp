@@ -18,6 +18,13 @@ void provide_host_suites(SuiteRegistry& registry) {
                    suites::dynamic_stream_suite());
   registry.provide(kAEGPEffectSuite, kAEGPEffectSuiteVersion2, suites::effect_suite());
   registry.provide(kPFParamUtilsSuite, kPFParamUtilsSuiteVersion3, suites::param_utils_suite());
+  registry.provide(kPFEffectCustomUISuite, kPFEffectCustomUISuiteVersion1,
+                   suites::custom_ui_suite());
+  registry.provide(kDRAWBOT_DrawSuite, kDRAWBOT_DrawSuite_Version1, suites::drawbot_draw_suite());
+  registry.provide(kDRAWBOT_SupplierSuite, kDRAWBOT_SupplierSuite_Version1,
+                   suites::drawbot_supplier_suite());
+  registry.provide(kDRAWBOT_SurfaceSuite, kDRAWBOT_SurfaceSuite_Version1,
+                   suites::drawbot_surface_suite());
 }
 
 }  // namespace lunaform::host

@@ -24,6 +24,4 @@ void AePluginConnection::on_smart_pre_render(CommandContext& context) {
 
 void AePluginConnection::on_do_dialog(CommandContext&) {}
 
-void AePluginConnection::on_event(CommandContext&) {}
-
 void AePluginConnection::on_arbitrary_callback(CommandContext&) {}

@@ -3,8 +3,10 @@
 #include <cstdint>
 #include <memory>
 
+#include "AE_EffectUI.h"
 #include "DrawbotSuiteTypes.h"
 #include "plugin/ae_plugin.h"
+#include "plugin/host_suites.h"
 #include "plugin/render_state_startup.h"
 #include "renderer/render_client.h"
 #include "scene/render_state.h"
@@ -18,7 +20,7 @@ class AePluginConnection : public AePlugin {
 
   // Brings up the GPU side, replacing (and stopping) one a previous global setup left.
   void on_global_setup(CommandContext& context) override;
-  // Stops the GPU side.
+  // Gives the host back the banner's images and stops the GPU side.
   void on_global_setdown(CommandContext& context) override;
   void on_params_setup(CommandContext& context) override;
   // Greys out the parameters that have no effect with the current values.
@@ -36,6 +38,8 @@ class AePluginConnection : public AePlugin {
   // Requests the five map layers, each whole and under its parameter id.
   void on_smart_pre_render(CommandContext& context) override;
   void on_do_dialog(CommandContext& context) override;
+  // The header control's events: draws the banner, lights its link while the pointer is over
+  // it, opens the product page when the link is clicked.
   void on_event(CommandContext& context) override;
   void on_arbitrary_callback(CommandContext& context) override;
 
@@ -55,5 +59,11 @@ class AePluginConnection : public AePlugin {
   float sample_counter = 0.0f;
 
  private:
+  void draw_header(CommandContext& context, PF_EventExtra& event, bool header);
+  // The host image of the banner to show now, made from header_pixels on first use (the banner
+  // is decoded first if need be); null when the banner cannot be decoded.
+  DRAWBOT_ImageRef header_host_image(HostSuites& suites, DRAWBOT_SupplierRef supplier);
+  void release_header_images(CommandContext& context);
+
   RenderStateFactory make_render_state_;
 };

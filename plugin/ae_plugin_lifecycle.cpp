@@ -14,7 +14,8 @@ void AePluginConnection::on_global_setup(CommandContext&) {
   renderer = start_render_state(make_render_state_);
 }
 
-void AePluginConnection::on_global_setdown(CommandContext&) {
+void AePluginConnection::on_global_setdown(CommandContext& context) {
+  release_header_images(context);
   // Returns once the render thread has destroyed the renderer, and every GL object with it,
   // on itself and stopped.
   renderer.reset();

@@ -19,3 +19,11 @@ PF_SmartRenderExtra& smart_render_extra(const CommandContext& context) {
   }
   return *extra;
 }
+
+PF_EventExtra& event_extra(const CommandContext& context) {
+  auto* extra = static_cast<PF_EventExtra*>(context.extra);
+  if (extra == nullptr) {
+    throw hx_exception("The host sent a custom-UI event without its event record.");
+  }
+  return *extra;
+}
