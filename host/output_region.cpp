@@ -1,6 +1,5 @@
 #include "host/output_region.h"
 
-#include <array>
 #include <string>
 
 #include "host/host_error.h"
@@ -12,22 +11,14 @@ PF_LRect parse_region(std::string_view text) {
   const auto fail = [&](const std::string& problem) {
     throw HostError("bad --region '" + std::string(text) + "': " + problem);
   };
-  std::array<int, 4> numbers{};
-  std::string_view rest = text;
-  for (size_t i = 0; i < numbers.size(); ++i) {
-    const size_t comma = rest.find(',');
-    const bool last = i + 1 == numbers.size();
-    if (last != (comma == std::string_view::npos)) {
-      fail("expected X,Y,WIDTH,HEIGHT (four whole numbers)");
-    }
-    const auto number = parse_whole_number(rest.substr(0, comma));
-    if (!number) {
-      fail("expected X,Y,WIDTH,HEIGHT (four whole numbers)");
-    }
-    numbers[i] = *number;
-    rest = last ? std::string_view{} : rest.substr(comma + 1);
+  const auto numbers = parse_whole_numbers(text, 4);
+  if (!numbers) {
+    fail("expected X,Y,WIDTH,HEIGHT (four whole numbers)");
   }
-  const auto [x, y, width, height] = numbers;
+  const int x = (*numbers)[0];
+  const int y = (*numbers)[1];
+  const int width = (*numbers)[2];
+  const int height = (*numbers)[3];
   if (width < 1 || height < 1) {
     fail("width and height must be at least 1");
   }

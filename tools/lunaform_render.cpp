@@ -1,6 +1,8 @@
 // lunaform-render: the command-line front end of the host library. It renders frames of a
 // scene file (or of the built-in default composition) through an effect module to PNG or EXR
-// files, reports what the host learns from a module (--info) and checks scene files (--check).
+// files, reports what the host learns from a module (--info), checks scene files (--check),
+// sends the about command (--about) and shows the effect's custom controls in a window or draws
+// them into a PNG file (--controls).
 #include <unistd.h>
 #include <CLI/CLI.hpp>
 
@@ -8,15 +10,21 @@
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
 #include "host/command_result.h"
+#include "host/controls_panel.h"
+#include "host/controls_window.h"
 #include "host/effect_host.h"
 #include "host/frame_writer.h"
 #include "host/host_error.h"
+#include "host/image_file_type.h"
+#include "host/main_window.h"
 #include "host/module.h"
 #include "host/module_report.h"
+#include "host/panel_pointer.h"
 #include "host/render_frame.h"
 #include "host/render_job.h"
 #include "host/render_progress.h"
@@ -25,7 +33,9 @@
 
 namespace {
 
+using lunaform::host::ControlsPanel;
 using lunaform::host::EffectHost;
+using lunaform::host::MainWindow;
 using lunaform::host::Module;
 using lunaform::host::module_command;
 using lunaform::host::require_success;
@@ -90,6 +100,88 @@ void check_scene(const std::filesystem::path& scene_path, const std::filesystem:
                               std::to_string(composition.layers.size()) + " layers";
   host.set_composition(std::move(composition));
   std::cout << scene_path.string() << ": " << summary << ": the effect accepts the scene\n";
+}
+
+// Sends the about command. What the module shows is its own business: on a display a dialog
+// owned by the host's main window (which stays hidden), without one its text on standard error.
+void show_about(const std::filesystem::path& file) {
+  const Module module = Module::load(file);
+  std::unique_ptr<MainWindow> window;
+  if (MainWindow::display_available()) {
+    window = std::make_unique<MainWindow>(module.pipl().name, 1, 1);
+  }
+  EffectHost host(module.entry_point());
+  host.set_main_window(window != nullptr ? window->native_handle() : nullptr);
+  {
+    const StderrLineGuard banner;
+    require_success(host.global_setup(), module_command("global setup", file));
+  }
+  {
+    const StderrLineGuard about_text;
+    require_success(host.about(), module_command("the about command", file));
+  }
+  require_success(host.global_setdown(), module_command("global setdown", file));
+  print_warnings(host);
+}
+
+// Takes the module through the commands a host sends before it shows an effect's controls.
+void set_up_controls(EffectHost& host, const std::filesystem::path& file) {
+  {
+    const StderrLineGuard banner;
+    require_success(host.global_setup(), module_command("global setup", file));
+  }
+  require_success(host.params_setup(), module_command("parameter setup", file));
+  require_success(host.sequence_setup(), module_command("sequence setup", file));
+}
+
+void set_down_controls(EffectHost& host, const std::filesystem::path& file) {
+  require_success(host.sequence_setdown(), module_command("sequence setdown", file));
+  require_success(host.global_setdown(), module_command("global setdown", file));
+  print_warnings(host);
+}
+
+// The effect's controls in a window of the host's, until the user closes it.
+void show_controls(const std::filesystem::path& file) {
+  if (!MainWindow::display_available()) {
+    throw lunaform::host::HostError(
+        "--controls shows a window and needs a display (DISPLAY is not set); "
+        "--controls OUT.png draws the panel into a file instead");
+  }
+  const Module module = Module::load(file);
+  MainWindow window(module.pipl().name + " effect controls", 1, 1);
+  EffectHost host(module.entry_point());
+  host.set_main_window(window.native_handle());
+  set_up_controls(host, file);
+  {
+    ControlsPanel panel(host);
+    require_success(lunaform::host::show_controls_window(window, panel),
+                    module_command("a custom-UI event", file));
+  }
+  set_down_controls(host, file);
+}
+
+// The effect's controls drawn into `out` as a host's panel shows them, after the pointer
+// moved to `pointer` (in the header control's own pixels) if one is given.
+void write_controls(const std::filesystem::path& out, const std::optional<std::string>& pointer,
+                    const std::filesystem::path& file) {
+  lunaform::host::check_bits_for_file(out, 8);
+  lunaform::host::check_writable(out);
+  const std::optional<PF_Point> control_point =
+      pointer ? std::optional(lunaform::host::parse_pointer(*pointer)) : std::nullopt;
+  const Module module = Module::load(file);
+  EffectHost host(module.entry_point());
+  set_up_controls(host, file);
+  {
+    ControlsPanel panel(host);
+    if (control_point) {
+      const PF_Point point = lunaform::host::pointer_on_panel(panel.layout(), *control_point);
+      require_success(panel.move_pointer(point), module_command("the cursor event", file));
+    }
+    require_success(panel.draw(), module_command("the draw event", file));
+    lunaform::host::write_frame(*panel.to_world(), out);
+  }
+  set_down_controls(host, file);
+  std::cout << "wrote " << out.string() << "\n";
 }
 
 // Renders the job's frames one after the other, each written as soon as it is done. What the
@@ -176,16 +268,41 @@ int main(int argc, char** argv) {
                      "Read SCENE and apply it to the module's parameters; report the first "
                      "problem")
           ->type_name("SCENE");
+  CLI::Option* about_option = app.add_flag("--about")->description(
+      "Send the module the about command: on a display it shows its About dialog, without one "
+      "it writes the text to standard error");
+  std::string controls;
+  CLI::Option* controls_option =
+      app.add_option(
+             "--controls", controls,
+             "Show the effect's custom controls as a host's effect-controls panel does: in a "
+             "window (needs a display; Escape or the close box ends it), or, given OUT.png, drawn "
+             "into that PNG file without a window. The panel is one title strip 24 pixels high "
+             "across the top, then the 558 x 84 header control with its top-left corner at 8,28 "
+             "(574 x 120 in all)")
+          ->expected(0, 1)
+          ->type_name("OUT.png");
+  std::string pointer;
+  CLI::Option* pointer_option =
+      app.add_option("--pointer", pointer,
+                     "With --controls OUT.png: the pointer rests at X,Y of the header control "
+                     "(its top-left corner is 0,0) before the panel is drawn, so the control "
+                     "shows its hover")
+          ->type_name("X,Y")
+          ->needs(controls_option);
   app.add_option("--module", module,
-                 "The module to render or check with (default: " LUNAFORM_DEFAULT_MODULE
+                 "The module to render, check, ask or show (default: " LUNAFORM_DEFAULT_MODULE
                  " beside this program)")
       ->type_name("MODULE");
   for (CLI::Option* render_only : {scene_option, output_option, frames_option, bits_option,
                                    downsample_option, region_option}) {
-    info_option->excludes(render_only);
-    check_option->excludes(render_only);
+    for (CLI::Option* other_task : {info_option, check_option, about_option, controls_option}) {
+      other_task->excludes(render_only);
+    }
   }
   info_option->excludes(check_option);
+  about_option->excludes(info_option)->excludes(check_option)->excludes(controls_option);
+  controls_option->excludes(info_option)->excludes(check_option);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& help) {
@@ -202,6 +319,16 @@ int main(int argc, char** argv) {
       print_module_info(module_file);
     } else if (check_option->count() > 0) {
       check_scene(check, module_file);
+    } else if (about_option->count() > 0) {
+      show_about(module_file);
+    } else if (controls_option->count() > 0 && controls.empty()) {
+      if (pointer_option->count() > 0) {
+        throw lunaform::host::HostError("--pointer needs --controls OUT.png");
+      }
+      show_controls(module_file);
+    } else if (controls_option->count() > 0) {
+      write_controls(controls, pointer_option->count() > 0 ? std::optional(pointer) : std::nullopt,
+                     module_file);
     } else {
       if (scene_option->count() > 0) {
         options.scene = scene;
