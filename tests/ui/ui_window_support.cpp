@@ -1,0 +1,79 @@
+#include "tests/ui/ui_window_support.h"
+
+#include <map>
+
+#include "ui/native_window.h"
+
+namespace ui_test {
+namespace {
+
+using hxsdk::ui::event;
+
+std::string event_name(event id) {
+  static const std::map<event, std::string> names{
+      {event::mouse_up, "up"},         {event::mouse_down, "down"},
+      {event::double_click, "double"}, {event::wheel, "wheel"},
+      {event::mouse_enter, "enter"},   {event::mouse_leave, "leave"},
+      {event::mouse_move, "move"},     {event::focus_in, "focus-in"},
+      {event::focus_out, "focus-out"}, {event::activated, "activated"},
+      {event::drop, "drop"},           {event::style_changed, "style"},
+      {event::close_request, "close"}, {event::resize, "resize"},
+  };
+  const auto found = names.find(id);
+  return found != names.end() ? found->second : std::to_string(static_cast<int>(id));
+}
+
+std::string argument_text(const hxsdk::ui::event_info& e) {
+  switch (e.id) {
+    case event::wheel:
+      return std::to_string(static_cast<int>(e.argument_double()));
+    case event::drop: {
+      std::string files;
+      for (const std::string& file : *e.argument_pointer<std::vector<std::string>>()) {
+        files += file;
+      }
+      return files;
+    }
+    case event::style_changed:
+      return *e.argument_pointer<std::string>();
+    default:
+      return std::to_string(e.argument);
+  }
+}
+
+}  // namespace
+
+void event_log::watch(hxsdk::ui::event_object& source, const std::string& name,
+                      std::initializer_list<event> ids) {
+  for (const event id : ids) {
+    connect_to(source, id, [this, name](const hxsdk::ui::event_info& e) {
+      add(name + " " + event_name(e.id) + " " + argument_text(e));
+    });
+  }
+}
+
+shown_window::shown_window(const std::string& title, int width, int height,
+                           hxsdk::ui::native_handle owner) {
+  window_.create(owner, title, {0, 0, width, height});
+  window_.show();
+  x_ = std::make_unique<x_session>(handle());
+  x_->move_to(1900, 1900);
+}
+
+SDL_Window* shown_window::handle() {
+  return window_.native().handle();
+}
+
+hxsdk::ui::point shown_window::on_screen(const hxsdk::ui::widget& w, int x, int y) {
+  const hxsdk::ui::point origin = x_->origin(handle());
+  const hxsdk::ui::point at = w.position_in_window();
+  const hxsdk::ui::native_window& native = window_.native();
+  return {origin.x + native.to_pixels_x(at.x + x), origin.y + native.to_pixels_y(at.y + y)};
+}
+
+void shown_window::move_to(const hxsdk::ui::widget& w, int x, int y) {
+  const hxsdk::ui::point p = on_screen(w, x, y);
+  x_->move_to(p.x, p.y);
+}
+
+}  // namespace ui_test

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/ui/ui_x_session.h"
+#include "ui/event_object.h"
+#include "ui/window.h"
+
+namespace ui_test {
+
+// Records events fired on the objects it watches, one line each: "NAME EVENT ARGUMENT".
+class event_log : public hxsdk::ui::event_object {
+ public:
+  void watch(hxsdk::ui::event_object& source, const std::string& name,
+             std::initializer_list<hxsdk::ui::event> ids);
+  void add(std::string line) { lines_.push_back(std::move(line)); }
+  // The lines so far; the log starts again empty.
+  std::vector<std::string> take() { return std::exchange(lines_, {}); }
+
+ private:
+  std::vector<std::string> lines_;
+};
+
+// A toolkit window of `width` x `height` DIPs at the top left of the screen, shown, with the
+// pointer parked outside it, and an X session to drive it. Widgets placed in it must be
+// destroyed before it.
+class shown_window {
+ public:
+  shown_window(const std::string& title, int width, int height,
+               hxsdk::ui::native_handle owner = nullptr);
+
+  hxsdk::ui::window& window() { return window_; }
+  SDL_Window* handle();
+  x_session& x() { return *x_; }
+  // The screen pixel of the DIP point (x, y) in `w`'s own coordinates.
+  hxsdk::ui::point on_screen(const hxsdk::ui::widget& w, int x, int y);
+  void move_to(const hxsdk::ui::widget& w, int x, int y);
+  // 0xRRGGBB of the client pixels of `area` (pixels, not DIPs).
+  std::vector<std::uint32_t> pixels(const hxsdk::ui::rect& area) {
+    return x_->pixels(handle(), area);
+  }
+
+ private:
+  hxsdk::ui::window window_;
+  std::unique_ptr<x_session> x_;
+};
+
+}  // namespace ui_test

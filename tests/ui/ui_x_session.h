@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "ui/geometry.h"
+
+struct SDL_Window;
+typedef struct _XDisplay Display;
+
+namespace ui_test {
+
+// The test's own connection to the X server the toolkit's windows live on: it gives input as a
+// person would (through the XTest extension), acts as the window manager would (close box,
+// resizing), drags files in as a file manager would, and reads back what the server shows.
+class x_session {
+ public:
+  // `any_window` is one of the toolkit's windows: through it the session reaches SDL's own
+  // connection, to know when SDL has been sent everything.
+  explicit x_session(SDL_Window* any_window);
+  ~x_session();
+  x_session(const x_session&) = delete;
+  x_session& operator=(const x_session&) = delete;
+
+  // Screen pixels.
+  void move_to(int x, int y);
+  // X buttons: 1 left, 2 middle, 3 right, 4 and 5 the wheel up and down.
+  void button(int x_button, bool down);
+  void click(int x_button);
+  // Keys by their X keysym names ("Tab", "Return", "space", "Shift_L").
+  void key(const std::string& keysym, bool down);
+  void tap(const std::string& keysym);
+  // The window manager's part: the close box, and a new client size in pixels.
+  void press_close_box(SDL_Window* window);
+  void resize(SDL_Window* window, int width, int height);
+  // Drags `files` (absolute paths) over `window` as a file manager does and lets go at the
+  // pointer's position.
+  void drop_files(SDL_Window* window, const std::vector<std::string>& files);
+  // Input sent without waiting for anyone to handle it: for a test that runs inside the
+  // toolkit's own modal loop, which handles it.
+  void send_click(int x, int y);
+  void send_close_box(SDL_Window* window);
+
+  // The screen position of the window's client area.
+  hxsdk::ui::point origin(SDL_Window* window);
+  // 0xRRGGBB of every pixel of `area` (client pixels), row by row, as the server shows them.
+  std::vector<std::uint32_t> pixels(SDL_Window* window, const hxsdk::ui::rect& area);
+
+  // Waits until the server has handled everything sent so far, then lets the toolkit handle
+  // whatever that made the server send to its windows.
+  void settle();
+
+ private:
+  Display* display_ = nullptr;
+  Display* sdl_display_ = nullptr;
+};
+
+}  // namespace ui_test
