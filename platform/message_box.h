@@ -8,10 +8,10 @@ namespace hxsdk {
 // A native window handle: what the host hands out as its main window.
 using NativeWindow = void*;
 
-// Shows a message to the user, owned by `owner` (may be null), and returns once it is
-// acknowledged. Until the module has its own windows, and whenever no display can be used,
-// the message is written to standard error as one "title: text" line, so nothing ever
-// waits for a user. Safe to call from any thread.
+// Shows a message to the user in a modal popup owned by `owner` (may be null) and returns once
+// it is closed. Without a display, or when the display cannot be reached, the message is
+// written to standard error as one "title: text" line instead, so nothing ever waits for a
+// user. Callers are serialised: one message at a time, from any thread.
 void show_message_box(NativeWindow owner, std::string_view title, std::string_view text);
 
 // Replaces the destination of show_message_box (tests read the messages this way). An

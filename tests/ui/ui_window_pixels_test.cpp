@@ -168,43 +168,34 @@ TEST(UiWindowPixels, TheModalLoopDisablesItsOwnerAndReturnsEndModalsResult) {
   dialog.create(owner.handle(), "dialog", {0, 0, 200, 100});
   dialog.root().place_child(ok, {50, 30, 100, 30});
   dialog.connect_to(ok, event::activated, [&](const auto&) { dialog.end_modal(7); });
-  SDL_Window* dialog_handle = dialog.native().handle();
-
-  // Once the loop runs, a one-shot timer acts as the person in front of the screen.
+  SDL_Window* handle = dialog.native().handle();
+  ui_test::x_session person(handle, false);
   std::vector<std::string> seen;
-  std::function<void()> person;
-  dialog.connect(event::modal_begin, [&](const auto&) {
-    dialog.native().set_timer(dialog.root(), 1, 1, true);
-  });
-  dialog.connect_to(dialog.root(), event::timer, [&](const auto&) {
+  const auto look_at_owner = [&] {
     seen.push_back(hxsdk::ui::native_window::enabled(owner.handle()) ? "owner enabled"
                                                                      : "owner disabled");
-    person();
-  });
-
-  person = [&] {
-    const hxsdk::ui::point origin = owner.x().origin(dialog_handle);
-    owner.x().send_click(origin.x + 100, origin.y + 45);
   };
-  EXPECT_EQ(dialog.run_modal(), 7);
-  person = [&] { owner.x().send_close_box(dialog_handle); };
-  EXPECT_EQ(dialog.run_modal(), 0);
-  EXPECT_EQ(seen, (std::vector<std::string>{"owner disabled", "owner disabled"}));
+
+  EXPECT_EQ(ui_test::run_modal_with(dialog, {look_at_owner,
+                                             [&] {
+                                               const hxsdk::ui::point at = person.origin(handle);
+                                               person.move_to(at.x + 100, at.y + 45);
+                                               person.click(1);
+                                             }}),
+            7);
+  EXPECT_EQ(ui_test::run_modal_with(dialog, {[&] { person.press_close_box(handle); }}), 0);
   EXPECT_TRUE(hxsdk::ui::native_window::enabled(owner.handle()));
   EXPECT_FALSE(dialog.native().shown());
 
-  seen.clear();
-  dialog.connect(event::close_request, [&](const auto&) {
-    seen.push_back("close asked");
-    person = [&] {
-      seen.push_back(dialog.native().shown() ? "still shown" : "hidden");
-      dialog.end_modal(5);
-    };
-    dialog.native().set_timer(dialog.root(), 2, 1, true);
-  });
-  EXPECT_EQ(dialog.run_modal(), 5);
-  EXPECT_EQ(seen, (std::vector<std::string>{"owner disabled", "close asked", "owner disabled",
-                                            "still shown"}));
+  dialog.connect(event::close_request, [&](const auto&) { seen.push_back("close asked"); });
+  EXPECT_EQ(ui_test::run_modal_with(dialog, {[&] { person.press_close_box(handle); },
+                                             [&] {
+                                               seen.push_back(dialog.native().shown() ? "shown"
+                                                                                      : "hidden");
+                                               dialog.end_modal(5);
+                                             }}),
+            5);
+  EXPECT_EQ(seen, (std::vector<std::string>{"owner disabled", "close asked", "shown"}));
 }
 
 // The four controls together, with the colours their styles give; LUNAFORM_UI_SCREENSHOT names
@@ -231,9 +222,8 @@ TEST(UiWindowPixels, PanelLabelButtonAndCheckBoxShowTheirStyles) {
   EXPECT_EQ(shown.at(290, 130), 0x232323u) << "panel";
   EXPECT_EQ(shown.at(23, 53), 0x2C2D31u) << "button";
   EXPECT_EQ(shown.at(20, 110), 0x4B4B4Bu) << "check box border";
-  EXPECT_NE(shown.bounding({20, 15, 260, 20}, [](std::uint32_t rgb) { return rgb == 0xFFFFFF; })
-                .width,
-            0)
+  EXPECT_NE(
+      shown.bounding({20, 15, 260, 20}, [](std::uint32_t rgb) { return rgb == 0xFFFFFF; }).width, 0)
       << "white label text";
 
   if (const char* file = std::getenv("LUNAFORM_UI_SCREENSHOT")) {

@@ -1,5 +1,6 @@
 #include "tests/ui/ui_window_support.h"
 
+#include <cstdint>
 #include <map>
 
 #include "ui/native_window.h"
@@ -69,6 +70,22 @@ hxsdk::ui::point shown_window::on_screen(const hxsdk::ui::widget& w, int x, int 
   const hxsdk::ui::point at = w.position_in_window();
   const hxsdk::ui::native_window& native = window_.native();
   return {origin.x + native.to_pixels_x(at.x + x), origin.y + native.to_pixels_y(at.y + y)};
+}
+
+int run_modal_with(hxsdk::ui::window& w, const std::vector<std::function<void()>>& steps) {
+  constexpr std::uint32_t kStepTimer = 0x5E9;
+  event_log person;
+  std::size_t next = 0;
+  const auto step_later = [&] { w.native().set_timer(w.root(), kStepTimer, 1, true); };
+  person.connect_to(w, event::modal_begin, [&](const auto&) { step_later(); });
+  person.connect_to(w.root(), event::timer, [&](const hxsdk::ui::event_info& e) {
+    if (e.argument == kStepTimer && next < steps.size()) {
+      steps[next++]();
+      // Input the step gave is in SDL's queue by now, so the next step comes after it.
+      step_later();
+    }
+  });
+  return w.run_modal();
 }
 
 void shown_window::move_to(const hxsdk::ui::widget& w, int x, int y) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <string>
@@ -48,5 +49,9 @@ class shown_window {
   hxsdk::ui::window window_;
   std::unique_ptr<x_session> x_;
 };
+
+// Runs `w` modally while a person acts in `steps`: each step runs once the loop has handled
+// everything the step before did, and the last must end the loop. Returns the loop's result.
+int run_modal_with(hxsdk::ui::window& w, const std::vector<std::function<void()>>& steps);
 
 }  // namespace ui_test

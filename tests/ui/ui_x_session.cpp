@@ -7,6 +7,8 @@
 #include <X11/Xutil.h>
 #include <X11/extensions/XTest.h>
 
+#include <unistd.h>
+
 #include <memory>
 #include <stdexcept>
 
@@ -42,12 +44,14 @@ void send_client_message(Display* display, ::Window to, Atom type, const long (&
 
 }  // namespace
 
-x_session::x_session(SDL_Window* any_window) {
+x_session::x_session(SDL_Window* any_window, bool handle_events) : handle_events_(handle_events) {
   display_ = XOpenDisplay(nullptr);
   if (display_ == nullptr) {
     throw std::runtime_error("cannot open the X display");
   }
-  sdl_display_ = window_info(any_window).info.x11.display;
+  if (any_window != nullptr) {
+    sdl_display_ = window_info(any_window).info.x11.display;
+  }
 }
 
 x_session::~x_session() {
@@ -81,23 +85,11 @@ void x_session::tap(const std::string& keysym) {
 }
 
 void x_session::press_close_box(SDL_Window* window) {
-  send_close_box(window);
-  settle();
-}
-
-void x_session::send_close_box(SDL_Window* window) {
   const Atom protocols = XInternAtom(display_, "WM_PROTOCOLS", False);
   const Atom delete_window = XInternAtom(display_, "WM_DELETE_WINDOW", False);
   send_client_message(display_, x_window(window), protocols,
                       {static_cast<long>(delete_window), CurrentTime, 0, 0, 0});
-  XFlush(display_);
-}
-
-void x_session::send_click(int x, int y) {
-  XTestFakeMotionEvent(display_, -1, x, y, CurrentTime);
-  XTestFakeButtonEvent(display_, 1, True, CurrentTime);
-  XTestFakeButtonEvent(display_, 1, False, CurrentTime);
-  XFlush(display_);
+  settle();
 }
 
 void x_session::resize(SDL_Window* window, int width, int height) {
@@ -195,12 +187,57 @@ void x_session::drop_files(SDL_Window* window, const std::vector<std::string>& f
 
 void x_session::settle() {
   XSync(display_, False);
+  if (sdl_display_ == nullptr) {
+    return;
+  }
+  if (!handle_events_) {
+    XSync(sdl_display_, False);
+    SDL_PumpEvents();
+    return;
+  }
   // Three rounds: what the toolkit handles may queue events of its own (the character that
   // follows a key, a timer).
   for (int round = 0; round < 3; ++round) {
     XSync(sdl_display_, False);
     hxsdk::ui::native_window::process_pending_events();
   }
+}
+
+unsigned long x_session::wait_for_window(const std::string& title) {
+  constexpr int kTries = 500;
+  for (int attempt = 0; attempt < kTries; ++attempt) {
+    ::Window root = 0;
+    ::Window parent = 0;
+    ::Window* children = nullptr;
+    unsigned int count = 0;
+    XQueryTree(display_, DefaultRootWindow(display_), &root, &parent, &children, &count);
+    ::Window found = 0;
+    for (unsigned int i = 0; i < count && found == 0; ++i) {
+      XWindowAttributes attributes;
+      char* name = nullptr;
+      if (XGetWindowAttributes(display_, children[i], &attributes) != 0 &&
+          attributes.map_state == IsViewable && XFetchName(display_, children[i], &name) != 0) {
+        found = title == name ? children[i] : 0;
+        XFree(name);
+      }
+    }
+    XFree(children);
+    if (found != 0) {
+      return found;
+    }
+    usleep(20000);
+  }
+  return 0;
+}
+
+void x_session::click_in(unsigned long x_window, int x, int y) {
+  int screen_x = 0;
+  int screen_y = 0;
+  ::Window child = 0;
+  XTranslateCoordinates(display_, x_window, DefaultRootWindow(display_), x, y, &screen_x, &screen_y,
+                        &child);
+  move_to(screen_x, screen_y);
+  click(1);
 }
 
 }  // namespace ui_test

@@ -16,9 +16,12 @@ namespace ui_test {
 // resizing), drags files in as a file manager would, and reads back what the server shows.
 class x_session {
  public:
-  // `any_window` is one of the toolkit's windows: through it the session reaches SDL's own
-  // connection, to know when SDL has been sent everything.
-  explicit x_session(SDL_Window* any_window);
+  // `any_window`, one of the toolkit's windows, lets the session reach SDL's own connection,
+  // so that every input has reached SDL's queue when the call returns. With `handle_events`
+  // the toolkit also handles it before the call returns; without, the toolkit's running loop
+  // does (for input given from inside a modal loop). A session without a window (on another
+  // thread than the toolkit's) only waits for the server.
+  explicit x_session(SDL_Window* any_window = nullptr, bool handle_events = true);
   ~x_session();
   x_session(const x_session&) = delete;
   x_session& operator=(const x_session&) = delete;
@@ -37,23 +40,26 @@ class x_session {
   // Drags `files` (absolute paths) over `window` as a file manager does and lets go at the
   // pointer's position.
   void drop_files(SDL_Window* window, const std::vector<std::string>& files);
-  // Input sent without waiting for anyone to handle it: for a test that runs inside the
-  // toolkit's own modal loop, which handles it.
-  void send_click(int x, int y);
-  void send_close_box(SDL_Window* window);
+  // The first viewable top-level window titled `title`, waited for up to ten seconds; 0 when
+  // none came.
+  unsigned long wait_for_window(const std::string& title);
+  // Clicks at (x, y) pixels of an X window's client area.
+  void click_in(unsigned long x_window, int x, int y);
 
   // The screen position of the window's client area.
   hxsdk::ui::point origin(SDL_Window* window);
   // 0xRRGGBB of every pixel of `area` (client pixels), row by row, as the server shows them.
   std::vector<std::uint32_t> pixels(SDL_Window* window, const hxsdk::ui::rect& area);
 
-  // Waits until the server has handled everything sent so far, then lets the toolkit handle
-  // whatever that made the server send to its windows.
+  // Waits until the server has handled everything sent so far and SDL has queued what that
+  // made the server send to its windows; then, when the session handles events, lets the
+  // toolkit handle them.
   void settle();
 
  private:
   Display* display_ = nullptr;
   Display* sdl_display_ = nullptr;
+  bool handle_events_ = true;
 };
 
 }  // namespace ui_test
