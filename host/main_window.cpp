@@ -15,6 +15,9 @@ void start_video() {
   // The renderer's users stop it with Ctrl+C or a scheduler's SIGTERM; SDL must not take those.
   SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
   SDL_SetHint(SDL_HINT_VIDEO_ALLOW_SCREENSAVER, "1");
+  // Pixels go to the window through X's own images. An accelerated framebuffer would make the
+  // window again as an OpenGL one at its first paint, where it was first placed.
+  SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
   if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) {
     throw HostError(std::string("cannot open a window on the display: ") + SDL_GetError());
   }
@@ -44,9 +47,6 @@ MainWindow::~MainWindow() {
 }
 
 void MainWindow::show() {
-  // Taking the window's surface for the first time may make SDL recreate the window where it
-  // was first placed, so it comes before the window is centred at its present size.
-  SDL_GetWindowSurface(window_);
   SDL_SetWindowPosition(window_, SDL_WINDOWPOS_CENTERED, SDL_WINDOWPOS_CENTERED);
   SDL_ShowWindow(window_);
   SDL_RaiseWindow(window_);

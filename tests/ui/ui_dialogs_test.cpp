@@ -1,6 +1,4 @@
 #include <gtest/gtest.h>
-#include <spawn.h>
-#include <sys/wait.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -15,8 +13,6 @@
 #include "ui/about_dialog.h"
 #include "ui/message_popup.h"
 #include "ui/native_window.h"
-
-extern char** environ;
 
 namespace {
 
@@ -181,61 +177,24 @@ TEST(UiMessagePopup, AMessageBoxFromAnotherThreadWaitsForThePerson) {
   EXPECT_TRUE(returned);
 }
 
-struct finished_process {
-  int exit_code = -1;
-  bool window_seen = false;
-};
-
-// Runs lunaform-render with `arguments` (and extra environment) on the test's display while a
-// person waits for a window titled `title` and ends it with `close` (an X window id given).
-finished_process render_tool_with_person(
-    std::vector<std::string> arguments, std::vector<std::string> environment_extra,
-    const std::string& title,
-    const std::function<void(ui_test::x_session&, unsigned long)>& close) {
-  std::vector<char*> argv;
-  std::string program = LUNAFORM_RENDER_PATH;
-  argv.push_back(program.data());
-  for (std::string& a : arguments) {
-    argv.push_back(a.data());
-  }
-  argv.push_back(nullptr);
-  std::vector<char*> envp(environ, environ + std::char_traits<char*>::length(environ));
-  for (std::string& e : environment_extra) {
-    envp.push_back(e.data());
-  }
-  envp.push_back(nullptr);
-  pid_t child = 0;
-  if (posix_spawn(&child, program.c_str(), nullptr, nullptr, argv.data(), envp.data()) != 0) {
-    return {};
-  }
-  finished_process result;
-  ui_test::x_session person;
-  if (const unsigned long w = person.wait_for_window(title); w != 0) {
-    result.window_seen = true;
-    close(person, w);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  result.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return result;
-}
-
 // Through the real host and module file: the about command shows the About box, which OK ends;
 // a global setup that fails (no OpenGL 4.1) shows its error popup, which Enter ends, and the
 // host goes on to report the failure and exit in order.
 TEST(UiModuleDialogs, TheAboutBoxAndTheSetupErrorPopupAppearOnTheDisplay) {
-  const finished_process about = render_tool_with_person(
-      {"--about"}, {}, "Lunaform",
-      [](ui_test::x_session& x, unsigned long w) { x.click_in(w, 105, 125); });
-  EXPECT_TRUE(about.window_seen);
-  EXPECT_EQ(about.exit_code, 0);
+  ui_test::x_session person;
+  ui_test::render_tool_process about({"--about"}, {});
+  const unsigned long about_box = person.wait_for_window("Lunaform");
+  ASSERT_NE(about_box, 0u);
+  person.click_at(about_box, 105, 125);
+  EXPECT_EQ(about.wait(), 0);
 
-  const finished_process failing = render_tool_with_person(
-      {"-o", "/tmp/never-written.png"}, {"MESA_GL_VERSION_OVERRIDE=3.3"}, "Lunaform Exception",
-      [](ui_test::x_session& x, unsigned long) { x.tap("Return"); });
-  EXPECT_TRUE(failing.window_seen);
-  EXPECT_NE(failing.exit_code, 0);
-  EXPECT_NE(failing.exit_code, -1) << "the host went down";
+  ui_test::render_tool_process failing({"-o", "/tmp/never-written.png"},
+                                       {"MESA_GL_VERSION_OVERRIDE=3.3"});
+  ASSERT_NE(person.wait_for_window("Lunaform Exception"), 0u);
+  person.tap("Return");
+  const int exit_code = failing.wait();
+  EXPECT_NE(exit_code, 0);
+  EXPECT_NE(exit_code, -1) << "the host went down";
 }
 
 }  // namespace

@@ -1,9 +1,18 @@
 #include "tests/ui/ui_window_support.h"
 
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+
+#include <algorithm>
 #include <cstdint>
 #include <map>
+#include <stdexcept>
+#include <string_view>
 
 #include "ui/native_window.h"
+
+extern char** environ;
 
 namespace ui_test {
 namespace {
@@ -86,6 +95,46 @@ int run_modal_with(hxsdk::ui::window& w, const std::vector<std::function<void()>
     }
   });
   return w.run_modal();
+}
+
+render_tool_process::render_tool_process(std::vector<std::string> arguments,
+                                         std::vector<std::string> environment) {
+  std::string program = LUNAFORM_RENDER_PATH;
+  std::vector<char*> argv{program.data()};
+  for (std::string& argument : arguments) {
+    argv.push_back(argument.data());
+  }
+  argv.push_back(nullptr);
+  // The test's environment, with the entries given taking the place of those of their names.
+  std::vector<char*> envp;
+  for (char** entry = environ; *entry != nullptr; ++entry) {
+    const std::string_view name(*entry, std::string_view(*entry).find('='));
+    if (std::none_of(environment.begin(), environment.end(), [&](const std::string& given) {
+          return given.starts_with(std::string(name) + "=");
+        })) {
+      envp.push_back(*entry);
+    }
+  }
+  for (std::string& entry : environment) {
+    envp.push_back(entry.data());
+  }
+  envp.push_back(nullptr);
+  if (posix_spawn(&pid_, program.c_str(), nullptr, nullptr, argv.data(), envp.data()) != 0) {
+    throw std::runtime_error("cannot start " + program);
+  }
+}
+
+render_tool_process::~render_tool_process() {
+  if (pid_ > 0) {
+    kill(pid_, SIGKILL);
+    waitpid(pid_, nullptr, 0);
+  }
+}
+
+int render_tool_process::wait() {
+  int status = 0;
+  waitpid(std::exchange(pid_, 0), &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 void shown_window::move_to(const hxsdk::ui::widget& w, int x, int y) {

@@ -50,6 +50,22 @@ class shown_window {
   std::unique_ptr<x_session> x_;
 };
 
+// lunaform-render running on the test's display with `arguments`, and `environment` entries
+// ("NAME=value") added to the test's own. Ended (SIGKILL) if still running when destroyed.
+class render_tool_process {
+ public:
+  render_tool_process(std::vector<std::string> arguments, std::vector<std::string> environment);
+  ~render_tool_process();
+  render_tool_process(const render_tool_process&) = delete;
+  render_tool_process& operator=(const render_tool_process&) = delete;
+
+  // Waits for the process to end: its exit code, or -1 when a signal ended it.
+  int wait();
+
+ private:
+  int pid_ = 0;
+};
+
 // Runs `w` modally while a person acts in `steps`: each step runs once the loop has handled
 // everything the step before did, and the last must end the loop. Returns the loop's result.
 int run_modal_with(hxsdk::ui::window& w, const std::vector<std::function<void()>>& steps);

@@ -109,9 +109,13 @@ hxsdk::ui::point x_session::origin(SDL_Window* window) {
 
 std::vector<std::uint32_t> x_session::pixels(SDL_Window* window, const hxsdk::ui::rect& area) {
   settle();
+  return pixels_of(x_window(window), area);
+}
+
+std::vector<std::uint32_t> x_session::pixels_of(unsigned long window, const hxsdk::ui::rect& area) {
   const auto destroy = [](XImage* image) { XDestroyImage(image); };
   const std::unique_ptr<XImage, decltype(destroy)> image(
-      XGetImage(display_, x_window(window), area.x, area.y, static_cast<unsigned>(area.width),
+      XGetImage(display_, window, area.x, area.y, static_cast<unsigned>(area.width),
                 static_cast<unsigned>(area.height), AllPlanes, ZPixmap),
       destroy);
   if (!image) {
@@ -230,14 +234,16 @@ unsigned long x_session::wait_for_window(const std::string& title) {
   return 0;
 }
 
-void x_session::click_in(unsigned long x_window, int x, int y) {
+void x_session::click_at(unsigned long x_window, int x, int y, bool click_there) {
   int screen_x = 0;
   int screen_y = 0;
   ::Window child = 0;
   XTranslateCoordinates(display_, x_window, DefaultRootWindow(display_), x, y, &screen_x, &screen_y,
                         &child);
   move_to(screen_x, screen_y);
-  click(1);
+  if (click_there) {
+    click(1);
+  }
 }
 
 }  // namespace ui_test

@@ -43,8 +43,11 @@ class x_session {
   // The first viewable top-level window titled `title`, waited for up to ten seconds; 0 when
   // none came.
   unsigned long wait_for_window(const std::string& title);
-  // Clicks at (x, y) pixels of an X window's client area.
-  void click_in(unsigned long x_window, int x, int y);
+  // Moves the pointer to (x, y) pixels of an X window's client area, and clicks there when
+  // asked to.
+  void click_at(unsigned long x_window, int x, int y, bool click_there = true);
+  // 0xRRGGBB of every pixel of `area` of an X window, row by row.
+  std::vector<std::uint32_t> pixels_of(unsigned long x_window, const hxsdk::ui::rect& area);
 
   // The screen position of the window's client area.
   hxsdk::ui::point origin(SDL_Window* window);
