@@ -1,12 +1,8 @@
 #include <cairo.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdint>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <memory>
 #include <span>
@@ -81,20 +77,10 @@ bool eventually(const std::function<bool()>& condition) {
 // and goes dark when it leaves, a click on it hands the product page to the desktop's opener
 // (here a stand-in xdg-open that notes its argument), and Escape closes the window.
 TEST(UiModuleDialogs, TheControlsWindowLightsTheLinkUnderThePointerAndOpensItOnAClick) {
-  const std::filesystem::path folder =
-      std::filesystem::temp_directory_path() / ("lunaform-opener-" + std::to_string(getpid()));
-  std::filesystem::create_directories(folder);
-  const std::filesystem::path opened = folder / "opened.txt";
-  {
-    std::ofstream opener(folder / "xdg-open");
-    opener << "#!/bin/sh\necho \"$1\" >> '" << opened.string() << "'\n";
-  }
-  std::filesystem::permissions(folder / "xdg-open", std::filesystem::perms::owner_all);
-
+  const ui_test::stand_in_opener xdg_open;
   ui_test::x_session person;
   person.move_to(1900, 1900);  // away from where the window will appear
-  ui_test::render_tool_process tool({"--controls"},
-                                    {"PATH=" + folder.string() + ":" + std::getenv("PATH")});
+  ui_test::render_tool_process tool({"--controls"}, {xdg_open.path_entry()});
   const unsigned long panel = person.wait_for_window("Lunaform effect controls");
   ASSERT_NE(panel, 0u);
 
@@ -121,16 +107,11 @@ TEST(UiModuleDialogs, TheControlsWindowLightsTheLinkUnderThePointerAndOpensItOnA
   EXPECT_TRUE(eventually(shows(link_y))) << "dark again once the pointer left";
 
   person.click_at(panel, kControlLeft + 200, kControlTop + 30, true);
-  EXPECT_TRUE(eventually([&] { return std::filesystem::exists(opened); }));
+  const std::vector<std::string> calls = xdg_open.wait_for_calls();
   person.tap("Escape");
   EXPECT_EQ(tool.wait(), 0);
-  std::ifstream lines(opened);
-  std::string first;
-  std::getline(lines, first);
-  EXPECT_TRUE(first.ends_with("/lunaform/?v=1.0.2.66")) << first;
-  std::string second;
-  EXPECT_FALSE(std::getline(lines, second)) << "opened once";
-  std::filesystem::remove_all(folder);
+  ASSERT_EQ(calls.size(), 2u) << "opened once, with one argument";
+  EXPECT_TRUE(calls[1].ends_with("/lunaform/?v=1.0.2.66")) << calls[1];
 }
 
 }  // namespace

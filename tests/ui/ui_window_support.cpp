@@ -4,11 +4,17 @@
 #include <spawn.h>
 #include <sys/wait.h>
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <chrono>
 #include <cstdint>
+#include <cstdlib>
+#include <fstream>
 #include <map>
 #include <stdexcept>
 #include <string_view>
+#include <thread>
 
 #include "ui/native_window.h"
 
@@ -135,6 +141,49 @@ int render_tool_process::wait() {
   int status = 0;
   waitpid(std::exchange(pid_, 0), &status, 0);
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+stand_in_opener::stand_in_opener()
+    : folder_(std::filesystem::temp_directory_path() /
+              ("lunaform-opener-" + std::to_string(getpid()))),
+      calls_(folder_ / "calls"),
+      old_path_(std::getenv("PATH") != nullptr ? std::getenv("PATH") : "") {
+  std::filesystem::create_directories(folder_);
+  const std::filesystem::path script = folder_ / "xdg-open";
+  const std::string one_call = (folder_ / "call.$$").string();
+  std::ofstream(script) << "#!/bin/sh\nsleep 1\nprintf '%s\\n' \"$#\" \"$@\" > \"" << one_call
+                        << "\"\ncat \"" << one_call << "\" >> '" << calls_.string() << "'\nrm \""
+                        << one_call << "\"\n";
+  std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+}
+
+stand_in_opener::~stand_in_opener() {
+  if (path_changed_) {
+    setenv("PATH", old_path_.c_str(), 1);
+  }
+  std::filesystem::remove_all(folder_);
+}
+
+std::string stand_in_opener::path_entry() const {
+  return "PATH=" + folder_.string() + ":" + old_path_;
+}
+
+void stand_in_opener::put_in_path() {
+  setenv("PATH", path_entry().substr(5).c_str(), 1);
+  path_changed_ = true;
+}
+
+std::vector<std::string> stand_in_opener::wait_for_calls() const {
+  const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (!called() && std::chrono::steady_clock::now() < give_up) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  std::vector<std::string> lines;
+  std::ifstream in(calls_);
+  for (std::string line; std::getline(in, line);) {
+    lines.push_back(line);
+  }
+  return lines;
 }
 
 void shown_window::move_to(const hxsdk::ui::widget& w, int x, int y) {

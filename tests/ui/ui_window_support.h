@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <functional>
 #include <initializer_list>
 #include <memory>
@@ -64,6 +65,32 @@ class render_tool_process {
 
  private:
   int pid_ = 0;
+};
+
+// A stand-in for the desktop's opener: an `xdg-open` script in a folder of its own that waits a
+// second, then notes its argument count and its arguments, a line each, in a file.
+class stand_in_opener {
+ public:
+  stand_in_opener();
+  // Removes the folder, and gives PATH back if it was changed.
+  ~stand_in_opener();
+  stand_in_opener(const stand_in_opener&) = delete;
+  stand_in_opener& operator=(const stand_in_opener&) = delete;
+
+  const std::filesystem::path& folder() const { return folder_; }
+  // "PATH=..." with the folder first: for a child process.
+  std::string path_entry() const;
+  // Puts the folder first in this process's own PATH while the stand-in lives.
+  void put_in_path();
+  // The lines written so far, once a call has written any (at most ten seconds from now).
+  std::vector<std::string> wait_for_calls() const;
+  bool called() const { return std::filesystem::exists(calls_); }
+
+ private:
+  std::filesystem::path folder_;
+  std::filesystem::path calls_;
+  std::string old_path_;
+  bool path_changed_ = false;
 };
 
 // Runs `w` modally while a person acts in `steps`: each step runs once the loop has handled
