@@ -70,13 +70,7 @@ bool image::load(const unsigned char* png, std::size_t size, float scale, int fr
   png_bytes source{png, size, 0};
   const std::unique_ptr<cairo_surface_t, decltype(&cairo_surface_destroy)> decoded(
       cairo_image_surface_create_from_png_stream(read_png_bytes, &source), cairo_surface_destroy);
-  const cairo_status_t status = cairo_surface_status(decoded.get());
-  // Memory for the decoder itself is what the imaging factory stood for; anything else is bytes
-  // that are no PNG this reader can decode.
-  if (status == CAIRO_STATUS_NO_MEMORY) {
-    throw hx_exception("unable to create the imaging factory");
-  }
-  if (status != CAIRO_STATUS_SUCCESS) {
+  if (cairo_surface_status(decoded.get()) != CAIRO_STATUS_SUCCESS) {
     return false;
   }
   surface_ = to_premultiplied_bgra(decoded.get());

@@ -20,7 +20,7 @@ class image : non_copyable_non_moveable {
   ~image();
 
   // Decodes `png`. Returns false (and keeps nothing) when the bytes are not a PNG it can read;
-  // throws hx_exception when there is no memory to decode them or to store the pixels.
+  // throws hx_exception when decoded pixels cannot be converted or stored.
   bool load(const unsigned char* png, std::size_t size, float scale, int frames = 1);
   bool load(const image_source& source) {
     return load(source.data, source.size, source.scale, source.frames);
