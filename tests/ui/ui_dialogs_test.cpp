@@ -20,15 +20,6 @@ using hxsdk::ui::message_popup;
 using hxsdk::ui::point;
 using hxsdk::ui::rect;
 
-// The screen pixel of the DIP point (x, y) of a widget's own rectangle.
-point screen_point(ui_test::x_session& x, hxsdk::ui::window& w, const hxsdk::ui::widget& target,
-                   int dx, int dy) {
-  const point origin = x.origin(w.native().handle());
-  const point at = target.position_in_window();
-  return {origin.x + w.native().to_pixels_x(at.x + dx),
-          origin.y + w.native().to_pixels_y(at.y + dy)};
-}
-
 TEST(UiMessagePopup, EscapeCloseBoxAndEnterGiveZeroAndOkGivesOne) {
   struct closing {
     const char* how;
@@ -41,7 +32,7 @@ TEST(UiMessagePopup, EscapeCloseBoxAndEnterGiveZeroAndOkGivesOne) {
       {"Enter with only the OK button", [](auto& x, auto&) { x.tap("Return"); }, 0},
       {"a click on OK",
        [](auto& x, auto& p) {
-         const point at = screen_point(x, p, p.ok_button(), 50, 15);
+         const point at = ui_test::on_screen(x, p, p.ok_button(), 50, 15);
          x.move_to(at.x, at.y);
          x.click(1);
        },
@@ -96,7 +87,7 @@ TEST(UiAboutDialog, TheLinkOpensThePageAndOkOrTheCloseBoxEndTheDialog) {
   SDL_Window* handle = about.native().handle();
   ui_test::x_session person(handle, false);
   const auto move_to = [&](const hxsdk::ui::widget& w, int x, int y) {
-    const point at = screen_point(person, about, w, x, y);
+    const point at = ui_test::on_screen(person, about, w, x, y);
     person.move_to(at.x, at.y);
   };
   std::vector<std::string> seen;

@@ -80,11 +80,12 @@ SDL_Window* shown_window::handle() {
   return window_.native().handle();
 }
 
-hxsdk::ui::point shown_window::on_screen(const hxsdk::ui::widget& w, int x, int y) {
-  const hxsdk::ui::point origin = x_->origin(handle());
-  const hxsdk::ui::point at = w.position_in_window();
-  const hxsdk::ui::native_window& native = window_.native();
-  return {origin.x + native.to_pixels_x(at.x + x), origin.y + native.to_pixels_y(at.y + y)};
+hxsdk::ui::point on_screen(x_session& x, hxsdk::ui::window& w, const hxsdk::ui::widget& target,
+                           int dx, int dy) {
+  const hxsdk::ui::point origin = x.origin(w.native().handle());
+  const hxsdk::ui::point at = target.position_in_window();
+  return {origin.x + w.native().to_pixels_x(at.x + dx),
+          origin.y + w.native().to_pixels_y(at.y + dy)};
 }
 
 int run_modal_with(hxsdk::ui::window& w, const std::vector<std::function<void()>>& steps) {
@@ -150,10 +151,12 @@ stand_in_opener::stand_in_opener()
       old_path_(std::getenv("PATH") != nullptr ? std::getenv("PATH") : "") {
   std::filesystem::create_directories(folder_);
   const std::filesystem::path script = folder_ / "xdg-open";
-  const std::string one_call = (folder_ / "call.$$").string();
-  std::ofstream(script) << "#!/bin/sh\nsleep 1\nprintf '%s\\n' \"$#\" \"$@\" > \"" << one_call
-                        << "\"\ncat \"" << one_call << "\" >> '" << calls_.string() << "'\nrm \""
-                        << one_call << "\"\n";
+  // Each call adds its lines to a growing record, which then takes the place of the file read
+  // in one rename: a reader never sees half of a call.
+  const std::string all = (folder_ / "all").string();
+  std::ofstream(script) << "#!/bin/sh\nsleep 1\nprintf '%s\\n' \"$#\" \"$@\" >> '" << all
+                        << "'\ncp '" << all << "' '" << all << ".$$'\nmv '" << all << ".$$' '"
+                        << calls_.string() << "'\n";
   std::filesystem::permissions(script, std::filesystem::perms::owner_all);
 }
 
@@ -187,7 +190,7 @@ std::vector<std::string> stand_in_opener::wait_for_calls() const {
 }
 
 void shown_window::move_to(const hxsdk::ui::widget& w, int x, int y) {
-  const hxsdk::ui::point p = on_screen(w, x, y);
+  const hxsdk::ui::point p = on_screen(*x_, window_, w, x, y);
   x_->move_to(p.x, p.y);
 }
 

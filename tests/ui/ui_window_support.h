@@ -38,8 +38,6 @@ class shown_window {
   hxsdk::ui::window& window() { return window_; }
   SDL_Window* handle();
   x_session& x() { return *x_; }
-  // The screen pixel of the DIP point (x, y) in `w`'s own coordinates.
-  hxsdk::ui::point on_screen(const hxsdk::ui::widget& w, int x, int y);
   void move_to(const hxsdk::ui::widget& w, int x, int y);
   // 0xRRGGBB of the client pixels of `area` (pixels, not DIPs).
   std::vector<std::uint32_t> pixels(const hxsdk::ui::rect& area) {
@@ -92,6 +90,10 @@ class stand_in_opener {
   std::string old_path_;
   bool path_changed_ = false;
 };
+
+// The screen pixel of the DIP point (x, y) in `target`'s own coordinates, `target` lying in `w`.
+hxsdk::ui::point on_screen(x_session& x, hxsdk::ui::window& w, const hxsdk::ui::widget& target,
+                           int dx, int dy);
 
 // Runs `w` modally while a person acts in `steps`: each step runs once the loop has handled
 // everything the step before did, and the last must end the loop. Returns the loop's result.
