@@ -1,3 +1,5 @@
+// The built-in sphere mesh: its embedded streams, its geometry against an icosahedron built
+// here, its texture coordinates and tangents against the sphere's own directions, its upload.
 #include "renderer/sphere_mesh.h"
 
 #include <gtest/gtest.h>
@@ -6,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdint>
 #include <cstring>
 #include <map>
 #include <numbers>
@@ -14,163 +15,57 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
 #include "plugin/hx_exception.h"
 
 namespace {
 
-struct vec3 {
-  double x, y, z;
-};
-
+using vec3 = std::array<double, 3>;
 vec3 operator+(const vec3& a, const vec3& b) {
-  return {a.x + b.x, a.y + b.y, a.z + b.z};
+  return {a[0] + b[0], a[1] + b[1], a[2] + b[2]};
 }
 vec3 operator-(const vec3& a, const vec3& b) {
-  return {a.x - b.x, a.y - b.y, a.z - b.z};
+  return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
 }
 vec3 operator*(double s, const vec3& a) {
-  return {s * a.x, s * a.y, s * a.z};
+  return {s * a[0], s * a[1], s * a[2]};
 }
 double dot(const vec3& a, const vec3& b) {
-  return a.x * b.x + a.y * b.y + a.z * b.z;
+  return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
 }
 vec3 cross(const vec3& a, const vec3& b) {
-  return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+  return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
 }
 double length(const vec3& a) {
   return std::sqrt(dot(a, a));
 }
-vec3 normalize(const vec3& a) {
-  return (1.0 / length(a)) * a;
+
+const sphere_mesh_arrays& mesh() {
+  static const sphere_mesh_arrays decoded = decode_sphere_mesh();
+  return decoded;
 }
 
-// One decoded vertex record, read field by field from its 64 bytes.
-struct vertex_record {
-  std::array<float, 4> position;  // xyz, then the unused word
-  float u, v;
-  std::array<unsigned char, 8> filler;
-  std::array<float, 4> normal;  // xyz, then the unused word
-  std::array<float, 4> tangent;
-
-  vec3 p() const { return {position[0], position[1], position[2]}; }
-  vec3 n() const { return {normal[0], normal[1], normal[2]}; }
-  vec3 t() const { return {tangent[0], tangent[1], tangent[2]}; }
-  double w() const { return tangent[3]; }
-};
-
-struct decoded_mesh {
-  sphere_mesh_arrays arrays;
-  std::vector<vertex_record> vertices;
-};
-
-const decoded_mesh& mesh() {
-  static const decoded_mesh decoded = [] {
-    decoded_mesh result{decode_sphere_mesh(), {}};
-    const unsigned char* bytes = result.arrays.vertices.data();
-    for (std::size_t k = 0; k < result.arrays.vertices.size() / 64; ++k, bytes += 64) {
-      vertex_record record;
-      std::memcpy(record.position.data(), bytes, 16);
-      std::memcpy(&record.u, bytes + 16, 4);
-      std::memcpy(&record.v, bytes + 20, 4);
-      std::memcpy(record.filler.data(), bytes + 24, 8);
-      std::memcpy(record.normal.data(), bytes + 32, 16);
-      std::memcpy(record.tangent.data(), bytes + 48, 16);
-      result.vertices.push_back(record);
-    }
-    return result;
-  }();
-  return decoded;
+// Float `word` (0 to 15) of vertex k's 64-byte record: position 0-2, 3 unused, u 4, v 5, filler
+// 6-7, normal 8-10, 11 unused, tangent 12-14, handedness 15.
+float word(std::size_t k, int word) {
+  float value;
+  std::memcpy(&value, mesh().vertices.data() + 64 * k + 4 * word, 4);
+  return value;
+}
+vec3 words(std::size_t k, int first) {
+  return {word(k, first), word(k, first + 1), word(k, first + 2)};
 }
 
 constexpr std::size_t kTriangles = 32000;
 
 bool is_pole(const vec3& p) {
-  return std::abs(p.y) > 1.0 - 1e-9;
+  return std::abs(p[1]) > 1.0 - 1e-9;
 }
 
-// Longitude as a texture coordinate, u = atan2(z, x) / 2π in (−0.5, 0.5].
-double longitude_u(const vec3& p) {
-  const double u = std::atan2(p.z, p.x) / (2.0 * std::numbers::pi);
-  return u <= -0.5 ? u + 1.0 : u;
-}
-
-// The gradient, within the plane of triangle (a, b, c), of the linear function that takes the
-// values fa, fb, fc at the corners.
-vec3 in_plane_gradient(const vec3& a, const vec3& b, const vec3& c, double fa, double fb,
-                       double fc) {
-  const vec3 e1 = b - a;
-  const vec3 e2 = c - a;
-  const vec3 n = cross(e1, e2);
-  return (1.0 / dot(n, n)) * ((fb - fa) * cross(e2, n) + (fc - fa) * cross(n, e1));
-}
-
-// Regular icosahedron in the unit sphere, from its description: poles (0, ±1, 0); the upper ring
-// at height 1/√5 and radius 2/√5 with a vertex at longitude 180°, the lower ring at −1/√5 turned
-// by 36°, with a vertex at longitude 0°.
-std::vector<vec3> icosahedron() {
-  const double height = 1.0 / std::sqrt(5.0);
-  const double radius = 2.0 / std::sqrt(5.0);
-  std::vector<vec3> vertices = {{0.0, 1.0, 0.0}, {0.0, -1.0, 0.0}};
-  for (int k = 0; k < 5; ++k) {
-    const double upper = (180.0 + 72.0 * k) * std::numbers::pi / 180.0;
-    const double lower = (72.0 * k) * std::numbers::pi / 180.0;
-    vertices.push_back({radius * std::cos(upper), height, radius * std::sin(upper)});
-    vertices.push_back({radius * std::cos(lower), -height, radius * std::sin(lower)});
-  }
-  return vertices;
-}
-
-// The mesh's corners merged into distinct points by rounding to 1e-5 (points of the mesh lie
-// about 0.03 apart), with the triangles' edges between them.
-struct point_graph {
-  std::vector<vec3> points;
-  std::vector<std::size_t> point_of_vertex;
-  std::vector<std::set<std::size_t>> neighbours;
-
-  // The distinct point nearest to p and its distance.
-  std::pair<std::size_t, double> nearest(const vec3& p) const {
-    std::pair<std::size_t, double> best{0, 1e9};
-    for (std::size_t k = 0; k < points.size(); ++k) {
-      const double distance = length(points[k] - p);
-      if (distance < best.second) {
-        best = {k, distance};
-      }
-    }
-    return best;
-  }
-};
-
-point_graph merge_points() {
-  point_graph graph;
-  std::map<std::array<long long, 3>, std::size_t> by_key;
-  for (const vertex_record& vertex : mesh().vertices) {
-    const vec3 p = vertex.p();
-    const std::array<long long, 3> key = {std::llround(p.x * 1e5), std::llround(p.y * 1e5),
-                                          std::llround(p.z * 1e5)};
-    const auto [found, added] = by_key.try_emplace(key, graph.points.size());
-    if (added) {
-      graph.points.push_back(p);
-    }
-    graph.point_of_vertex.push_back(found->second);
-  }
-  graph.neighbours.resize(graph.points.size());
-  for (std::size_t t = 0; t < kTriangles; ++t) {
-    for (std::size_t k = 0; k < 3; ++k) {
-      const std::size_t a = graph.point_of_vertex[3 * t + k];
-      const std::size_t b = graph.point_of_vertex[3 * t + (k + 1) % 3];
-      graph.neighbours[a].insert(b);
-      graph.neighbours[b].insert(a);
-    }
-  }
-  return graph;
-}
-
-// Decodes a zlib stream with zlib's streaming interface, independently of inflate_exactly:
-// the decoded length, and whether the stream ended exactly at its last byte.
-std::pair<std::size_t, bool> streamed_length(const embedded_stream& stream) {
+// Decodes a zlib stream with zlib's streaming interface, independently of inflate_exactly: the
+// decoded length, or 0 when the stream does not end exactly at its last byte.
+std::size_t streamed_length(const embedded_stream& stream) {
   z_stream z{};
   EXPECT_EQ(inflateInit(&z), Z_OK);
   z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(stream.bytes));
@@ -186,354 +81,271 @@ std::pair<std::size_t, bool> streamed_length(const embedded_stream& stream) {
   }
   const bool ended_at_last_byte = result == Z_STREAM_END && z.avail_in == 0;
   inflateEnd(&z);
-  return {total, ended_at_last_byte};
+  return ended_at_last_byte ? total : 0;
 }
 
-std::vector<unsigned char> zlib_compressed(const std::vector<unsigned char>& data) {
-  uLongf size = compressBound(static_cast<uLong>(data.size()));
-  std::vector<unsigned char> compressed(size);
-  EXPECT_EQ(compress(compressed.data(), &size, data.data(), static_cast<uLong>(data.size())), Z_OK);
-  compressed.resize(size);
-  return compressed;
+std::string compressed(std::size_t count) {
+  const std::vector<unsigned char> data(count, 7);
+  uLongf size = compressBound(static_cast<uLong>(count));
+  std::string bytes(size, '\0');
+  EXPECT_EQ(compress(reinterpret_cast<Bytef*>(bytes.data()), &size, data.data(), count), Z_OK);
+  return bytes.substr(0, size);
 }
 
-TEST(SphereMesh, EmbeddedStreamsAreMaximumCompressionZlibStreamsOfTheFullArrays) {
-  struct Case {
-    const char* name;
-    const embedded_stream& stream;
-    std::size_t decoded_size;
-  };
-  const Case cases[] = {{"vertices", sphere_vertex_stream, 96000 * 64},
-                        {"indices", sphere_index_stream, 96000 * 4}};
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    ASSERT_GE(c.stream.size, 2u);
+TEST(SphereMesh, StreamsAreMaximumCompressionZlibOfTheFullArraysAndDamageIsRefused) {
+  for (const auto& [stream, decoded_size] : {std::pair{sphere_vertex_stream, 96000u * 64u},
+                                             std::pair{sphere_index_stream, 96000u * 4u}}) {
+    ASSERT_GE(stream.size, 2u);
     // CMF 0x78: deflate with a 32 KiB window; FLG 0xDA: level bits 3 (maximum compression),
     // no dictionary, and CMF · 256 + FLG a multiple of 31.
-    EXPECT_EQ(static_cast<unsigned char>(c.stream.bytes[0]), 0x78);
-    EXPECT_EQ(static_cast<unsigned char>(c.stream.bytes[1]), 0xDA);
-    const auto [decoded, ended_at_last_byte] = streamed_length(c.stream);
-    EXPECT_EQ(decoded, c.decoded_size);
-    EXPECT_TRUE(ended_at_last_byte);
-    testing::Test::RecordProperty(std::string(c.name) + "_stream_bytes",
-                                  std::to_string(c.stream.size));
+    EXPECT_EQ(static_cast<unsigned char>(stream.bytes[0]), 0x78);
+    EXPECT_EQ(static_cast<unsigned char>(stream.bytes[1]), 0xDA);
+    EXPECT_EQ(streamed_length(stream), decoded_size);
   }
-  EXPECT_EQ(mesh().arrays.vertices.size(), 96000u * 64u);
-  EXPECT_EQ(mesh().arrays.indices.size(), 96000u);
-}
+  EXPECT_EQ(mesh().vertices.size(), 96000u * 64u);
+  EXPECT_EQ(mesh().indices.size(), 96000u);
 
-TEST(SphereMesh, DecodingRefusesDamagedStreamsAndWrongSizesWithAClearMessage) {
-  const std::vector<unsigned char> hundred_bytes =
-      zlib_compressed(std::vector<unsigned char>(100, 7));
-  const std::vector<unsigned char> three_hundred_bytes =
-      zlib_compressed(std::vector<unsigned char>(300, 7));
+  const std::string hundred = compressed(100), three_hundred = compressed(300);
   const std::string not_zlib = "plain text, not a zlib stream";
+  const std::string damaged = "The built-in sphere mesh's test stream is damaged or incomplete.";
   struct Case {
-    const char* name;
     embedded_stream stream;
     std::size_t destination_size;
     std::string message;
   };
-  const Case cases[] = {
-      {"short",
-       {reinterpret_cast<const char*>(hundred_bytes.data()), hundred_bytes.size()},
-       200,
-       "The built-in sphere mesh's test stream decodes to 100 bytes instead of 200."},
-      {"long",
-       {reinterpret_cast<const char*>(three_hundred_bytes.data()), three_hundred_bytes.size()},
-       200,
-       "The built-in sphere mesh's test stream decodes to more than 200 bytes."},
-      {"truncated",
-       {sphere_index_stream.bytes, sphere_index_stream.size / 2},
-       96000 * 4,
-       "The built-in sphere mesh's test stream is damaged or incomplete."},
-      {"not zlib",
-       {not_zlib.data(), not_zlib.size()},
-       200,
-       "The built-in sphere mesh's test stream is damaged or incomplete."},
-      {"empty",
-       {not_zlib.data(), 0},
-       200,
-       "The built-in sphere mesh's test stream is damaged or incomplete."},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const Case& c :
+       {Case{{hundred.data(), hundred.size()},
+             200,
+             "The built-in sphere mesh's test stream decodes to 100 bytes instead of 200."},
+        Case{{three_hundred.data(), three_hundred.size()},
+             200,
+             "The built-in sphere mesh's test stream decodes to more than 200 bytes."},
+        Case{{sphere_index_stream.bytes, sphere_index_stream.size / 2}, 96000 * 4, damaged},
+        Case{{not_zlib.data(), not_zlib.size()}, 200, damaged},
+        Case{{not_zlib.data(), 0}, 200, damaged}}) {
     std::vector<std::byte> destination(c.destination_size);
     try {
       inflate_exactly(c.stream, destination, "test stream");
-      ADD_FAILURE() << "accepted";
+      ADD_FAILURE() << "accepted: " << c.message;
     } catch (const hx_exception& error) {
       EXPECT_EQ(std::string(error.what()), c.message);
     }
   }
   std::vector<std::byte> exact(100);
-  EXPECT_NO_THROW(inflate_exactly(
-      {reinterpret_cast<const char*>(hundred_bytes.data()), hundred_bytes.size()}, exact, "test"));
+  EXPECT_NO_THROW(inflate_exactly({hundred.data(), hundred.size()}, exact, "test"));
   EXPECT_EQ(exact[99], std::byte{7});
 }
 
 TEST(SphereMesh, EachTriangleUsesItsOwnThreeVerticesWoundCounterClockwiseFromOutside) {
-  const std::vector<uint32_t>& indices = mesh().arrays.indices;
-  const std::vector<vertex_record>& vertices = mesh().vertices;
-  ASSERT_EQ(indices.size(), 3 * kTriangles);
+  const std::vector<uint32_t>& indices = mesh().indices;
   // Each triple keeps its triangle's first stored vertex in the middle.
   EXPECT_EQ(std::vector<uint32_t>(indices.begin(), indices.begin() + 9),
             (std::vector<uint32_t>{2, 0, 1, 4, 3, 5, 8, 6, 7}));
-  std::size_t wrong_vertices = 0;
-  std::size_t wrong_middle = 0;
-  std::size_t inward = 0;
+  std::size_t wrong_vertices = 0, inward = 0;
   for (uint32_t t = 0; t < kTriangles; ++t) {
-    std::array<uint32_t, 3> triple = {indices[3 * t], indices[3 * t + 1], indices[3 * t + 2]};
-    wrong_middle += triple[1] != 3 * t;
+    const std::array<uint32_t, 3> triple = {indices[3 * t], indices[3 * t + 1], indices[3 * t + 2]};
     std::array<uint32_t, 3> sorted = triple;
     std::sort(sorted.begin(), sorted.end());
-    if (sorted != std::array<uint32_t, 3>{3 * t, 3 * t + 1, 3 * t + 2}) {
+    if (triple[1] != 3 * t || sorted != std::array<uint32_t, 3>{3 * t, 3 * t + 1, 3 * t + 2}) {
       ++wrong_vertices;
       continue;
     }
-    const vec3 a = vertices[triple[0]].p();
-    const vec3 b = vertices[triple[1]].p();
-    const vec3 c = vertices[triple[2]].p();
+    const vec3 a = words(triple[0], 0), b = words(triple[1], 0), c = words(triple[2], 0);
     inward += dot(cross(b - a, c - a), a + b + c) <= 0.0;
   }
   EXPECT_EQ(wrong_vertices, 0u);
-  EXPECT_EQ(wrong_middle, 0u);
   EXPECT_EQ(inward, 0u);
 }
 
-TEST(SphereMesh, PointsFormTheIcosahedronSubdividedFortyTimesAlongEachEdge) {
-  const point_graph graph = merge_points();
-  ASSERT_EQ(graph.points.size(), 16002u);
+vec3 normalize(const vec3& a) {
+  return (1.0 / length(a)) * a;
+}
 
-  // Corners that coincide repeat position and normal bit for bit, so the mesh has no cracks.
-  std::vector<std::size_t> first_vertex(graph.points.size(), SIZE_MAX);
+TEST(SphereMesh, PointsFormTheIcosahedronSubdividedFortyTimesAlongEachEdgeWithoutCracks) {
+  // The corners merged into distinct points by rounding to 1e-5 (points lie about 0.03 apart).
+  std::vector<vec3> points;
+  std::vector<std::size_t> point_of_vertex, first_vertex;
+  std::map<std::array<long long, 3>, std::size_t> by_key;
   std::size_t differing = 0;
-  for (std::size_t k = 0; k < mesh().vertices.size(); ++k) {
-    std::size_t& first = first_vertex[graph.point_of_vertex[k]];
-    if (first == SIZE_MAX) {
-      first = k;
+  for (std::size_t k = 0; k < 96000; ++k) {
+    const vec3 p = words(k, 0);
+    const auto [found, added] = by_key.try_emplace(
+        {std::llround(p[0] * 1e5), std::llround(p[1] * 1e5), std::llround(p[2] * 1e5)},
+        points.size());
+    if (added) {
+      points.push_back(p);
+      first_vertex.push_back(k);
     }
-    const vertex_record& a = mesh().vertices[first];
-    const vertex_record& b = mesh().vertices[k];
-    differing += std::memcmp(a.position.data(), b.position.data(), 12) != 0 ||
-                 std::memcmp(a.normal.data(), b.normal.data(), 12) != 0;
+    point_of_vertex.push_back(found->second);
+    // Corners that coincide repeat position and normal bit for bit, so the mesh has no cracks.
+    const unsigned char* a = mesh().vertices.data() + 64 * first_vertex[found->second];
+    const unsigned char* b = mesh().vertices.data() + 64 * k;
+    differing += std::memcmp(a, b, 12) != 0 || std::memcmp(a + 32, b + 32, 12) != 0;
   }
   EXPECT_EQ(differing, 0u);
-
-  std::vector<std::size_t> five_neighbours;
-  std::size_t six_neighbours = 0;
-  for (std::size_t k = 0; k < graph.points.size(); ++k) {
-    if (graph.neighbours[k].size() == 5) {
-      five_neighbours.push_back(k);
+  ASSERT_EQ(points.size(), 16002u);  // 10 n² + 2 for n = 40
+  std::vector<std::set<std::size_t>> neighbours(points.size());
+  for (std::size_t k = 0; k < 96000; ++k) {
+    const std::size_t next = k % 3 == 2 ? k - 2 : k + 1;
+    neighbours[point_of_vertex[k]].insert(point_of_vertex[next]);
+    neighbours[point_of_vertex[next]].insert(point_of_vertex[k]);
+  }
+  const auto nearest = [&](const vec3& p) {
+    std::pair<std::size_t, double> best{0, 1e9};
+    for (std::size_t k = 0; k < points.size(); ++k) {
+      if (length(points[k] - p) < best.second) {
+        best = {k, length(points[k] - p)};
+      }
     }
-    six_neighbours += graph.neighbours[k].size() == 6;
+    return best;
+  };
+  // The regular icosahedron: poles (0, ±1, 0); the upper ring at height 1/√5 and radius 2/√5
+  // with a vertex at longitude 180°, the lower ring at −1/√5 turned by 36°.
+  std::vector<vec3> corners = {{0.0, 1.0, 0.0}, {0.0, -1.0, 0.0}};
+  for (int k = 0; k < 5; ++k) {
+    const double upper = (180.0 + 72.0 * k) * std::numbers::pi / 180.0;
+    const double lower = (72.0 * k) * std::numbers::pi / 180.0;
+    const double h = 1.0 / std::sqrt(5.0), r = 2.0 / std::sqrt(5.0);
+    corners.push_back({r * std::cos(upper), h, r * std::sin(upper)});
+    corners.push_back({r * std::cos(lower), -h, r * std::sin(lower)});
   }
-  EXPECT_EQ(five_neighbours.size(), 12u);
-  EXPECT_EQ(six_neighbours, 16002u - 12u);
-
-  // The twelve points with five neighbours are the icosahedron's vertices.
-  const std::vector<vec3> corners = icosahedron();
-  for (const vec3& corner : corners) {
-    const auto [point, distance] = graph.nearest(corner);
-    EXPECT_LT(distance, 1e-6) << corner.x << " " << corner.y << " " << corner.z;
-    EXPECT_EQ(graph.neighbours[point].size(), 5u);
+  // Its twelve corners are the only points with five neighbours, all others have six.
+  std::size_t five = 0, six = 0;
+  for (const std::set<std::size_t>& n : neighbours) {
+    five += n.size() == 5;
+    six += n.size() == 6;
   }
-
-  // Each icosahedron edge (length 4 / √(10 + 2√5) ≈ 1.0515) has its midpoint, projected, in the
-  // mesh: the division is even and points are projected onto the sphere.
+  EXPECT_EQ(five, 12u);
+  EXPECT_EQ(six, 16002u - 12u);
   std::size_t edges = 0;
   for (std::size_t a = 0; a < corners.size(); ++a) {
+    const auto [point, distance] = nearest(corners[a]);
+    EXPECT_LT(distance, 1e-6) << "corner " << a;
+    EXPECT_EQ(neighbours[point].size(), 5u) << "corner " << a;
+    // Each edge (length 4 / √(10 + 2√5) ≈ 1.0515) has its midpoint, projected, in the mesh:
+    // the division is even and the points lie on the sphere.
     for (std::size_t b = a + 1; b < corners.size(); ++b) {
       if (length(corners[a] - corners[b]) < 1.1) {
         ++edges;
-        EXPECT_LT(graph.nearest(normalize(corners[a] + corners[b])).second, 1e-6);
+        EXPECT_LT(nearest(normalize(corners[a] + corners[b])).second, 1e-6);
       }
     }
   }
   EXPECT_EQ(edges, 30u);
-
-  // A pole's five neighbours lie 1/40 of the way along its edges before projection.
-  for (const vec3& pole : {corners[0], corners[1]}) {
-    const std::size_t pole_point = graph.nearest(pole).first;
-    std::size_t found = 0;
-    for (const vec3& corner : corners) {
-      if (std::abs(length(corner - pole) - 1.0515) < 0.01) {
-        const auto [point, distance] = graph.nearest(normalize(39.0 * pole + corner));
-        found += distance < 1e-6 && graph.neighbours[pole_point].count(point) == 1;
-      }
-    }
-    EXPECT_EQ(found, 5u);
-  }
 }
 
-TEST(SphereMesh, VertexRecordsHoldUnitPositionsTheirNormalsZeroWordsAndFillerBytes) {
-  std::size_t not_unit = 0;
-  std::size_t normal_off = 0;
-  std::size_t bad_padding = 0;
-  for (const vertex_record& vertex : mesh().vertices) {
-    not_unit += std::abs(length(vertex.p()) - 1.0) > 1e-6;
-    normal_off += length(vertex.n() - vertex.p()) > 0.0002;
-    bad_padding += vertex.position[3] != 0.0f || vertex.normal[3] != 0.0f ||
-                   std::signbit(vertex.position[3]) || std::signbit(vertex.normal[3]) ||
-                   vertex.filler !=
-                       std::array<unsigned char, 8>{0xCC, 0xCC, 0xCC, 0xCC, 0xCC, 0xCC, 0xCC, 0xCC};
-  }
-  EXPECT_EQ(not_unit, 0u);
-  EXPECT_EQ(normal_off, 0u);
-  EXPECT_EQ(bad_padding, 0u);
+// The gradient, within the plane of triangle (a, b, c), of the linear function that takes the
+// values fa, fb, fc at the corners.
+vec3 in_plane_gradient(const vec3& a, const vec3& b, const vec3& c, double fa, double fb,
+                       double fc) {
+  const vec3 e1 = b - a, e2 = c - a, n = cross(e1, e2);
+  return (1.0 / dot(n, n)) * ((fb - fa) * cross(e2, n) + (fc - fa) * cross(n, e1));
 }
 
-TEST(SphereMesh, TextureCoordinatesFollowLongitudeAndHeightWithTheSeamShiftedPerTriangle) {
-  const std::vector<vertex_record>& vertices = mesh().vertices;
-  std::size_t off_formula = 0;
-  std::size_t shifted_up = 0;
-  std::size_t shifted_down = 0;
-  std::size_t needless_shifts = 0;
-  std::size_t wide_triangles = 0;
-  std::size_t pole_outside_span = 0;
+TEST(SphereMesh, RecordsHoldUnitNormalsLongitudeAndHeightAsUvAndTangentsAlongU) {
+  std::map<std::string, std::size_t> wrong;
+  std::size_t shifted_up = 0, shifted_down = 0;
   for (std::size_t t = 0; t < kTriangles; ++t) {
-    std::array<double, 3> stored{};
+    std::array<double, 3> u{};
     std::vector<double> from_formula;
     bool shifted = false;
-    for (std::size_t k = 0; k < 3; ++k) {
-      const vertex_record& vertex = vertices[3 * t + k];
-      const vec3 p = vertex.p();
-      stored[k] = vertex.u;
-      off_formula += std::abs(vertex.v - (p.y + 1.0) / 2.0) > 0.003;
+    for (std::size_t k = 3 * t; k < 3 * t + 3; ++k) {
+      const vec3 p = words(k, 0), n = words(k, 8);
+      wrong["position off the unit sphere"] += std::abs(length(p) - 1.0) > 1e-6;
+      wrong["normal not the position"] += length(n - p) > 0.0002;
+      wrong["unused word not +0"] += word(k, 3) != 0.0f || word(k, 11) != 0.0f ||
+                                     std::signbit(word(k, 3)) || std::signbit(word(k, 11));
+      const unsigned char* filler = mesh().vertices.data() + 64 * k + 24;
+      wrong["filler not 0xCC"] += std::count(filler, filler + 8, 0xCC) != 8;
+      // v is the height, u the longitude atan2(z, x) / 2π in (−0.5, 0.5], but for the corners
+      // that a triangle straddling the seam moves by a whole turn.
+      u[k - 3 * t] = word(k, 4);
+      wrong["v not the height"] += std::abs(word(k, 5) - (p[1] + 1.0) / 2.0) > 0.003;
       if (is_pole(p)) {
         continue;
       }
-      const double expected = longitude_u(p);
-      from_formula.push_back(expected);
-      const double difference = vertex.u - expected;
-      if (std::abs(difference - 1.0) < 0.003) {
-        ++shifted_up;
-        shifted = true;
-      } else if (std::abs(difference + 1.0) < 0.003) {
-        ++shifted_down;
-        shifted = true;
-      } else {
-        off_formula += std::abs(difference) > 0.003;
-      }
+      double longitude = std::atan2(p[2], p[0]) / (2.0 * std::numbers::pi);
+      longitude += longitude <= -0.5 ? 1.0 : 0.0;
+      from_formula.push_back(longitude);
+      const double difference = word(k, 4) - longitude;
+      shifted_up += std::abs(difference - 1.0) < 0.003;
+      shifted_down += std::abs(difference + 1.0) < 0.003;
+      shifted = shifted || std::abs(std::abs(difference) - 1.0) < 0.003;
+      wrong["u not the longitude"] +=
+          std::abs(difference) > 0.003 && std::abs(std::abs(difference) - 1.0) >= 0.003;
     }
-    const auto [low, high] = std::minmax_element(stored.begin(), stored.end());
-    wide_triangles += *high - *low >= 0.5;
+    const auto [low, high] = std::minmax_element(u.begin(), u.end());
+    wrong["triangle half a turn wide"] += *high - *low >= 0.5;
     const auto [formula_low, formula_high] =
         std::minmax_element(from_formula.begin(), from_formula.end());
-    needless_shifts += shifted && *formula_high - *formula_low < 0.5;
+    wrong["needless shift"] += shifted && *formula_high - *formula_low < 0.5;
     // A pole takes its triangle's u: between the u of the triangle's other two corners.
     for (std::size_t k = 0; k < 3; ++k) {
-      if (is_pole(vertices[3 * t + k].p())) {
-        const double u0 = stored[(k + 1) % 3];
-        const double u1 = stored[(k + 2) % 3];
-        pole_outside_span += stored[k] < std::min(u0, u1) || stored[k] > std::max(u0, u1);
-      }
+      wrong["pole outside its triangle's span"] +=
+          is_pole(words(3 * t + k, 0)) && (u[k] < std::min(u[(k + 1) % 3], u[(k + 2) % 3]) ||
+                                           u[k] > std::max(u[(k + 1) % 3], u[(k + 2) % 3]));
+    }
+    // Tangents are unit, at right angles to the normal, and run where u grows within the
+    // triangle and eastward on the sphere; the shader's bitangent w (n × t) runs where v grows
+    // and northward.
+    const vec3 a = words(3 * t, 0), b = words(3 * t + 1, 0), c = words(3 * t + 2, 0);
+    const vec3 grad_u = in_plane_gradient(a, b, c, u[0], u[1], u[2]);
+    const vec3 grad_v =
+        in_plane_gradient(a, b, c, word(3 * t, 5), word(3 * t + 1, 5), word(3 * t + 2, 5));
+    for (std::size_t k = 3 * t; k < 3 * t + 3; ++k) {
+      const vec3 p = words(k, 0), n = words(k, 8), tangent = words(k, 12);
+      const double w = word(k, 15);
+      const vec3 bitangent = w * cross(n, tangent);
+      wrong["tangent not unit"] += std::abs(length(tangent) - 1.0) > 1e-5;
+      wrong["tangent not across the normal"] += std::abs(dot(tangent, n)) > 1e-5;
+      wrong["handedness not ±1"] += w != 1.0 && w != -1.0;
+      wrong["tangent against the triangle's u"] += dot(tangent, grad_u) <= 0.0;
+      wrong["bitangent against the triangle's v"] += dot(bitangent, grad_v) <= 0.0;
+      wrong["tangent not eastward"] += !is_pole(p) && dot(tangent, {-p[2], 0.0, p[0]}) <= 0.0;
+      wrong["bitangent not northward"] +=
+          !is_pole(p) && dot(bitangent, vec3{0.0, 1.0, 0.0} - n[1] * n) <= 0.0;
     }
   }
-  EXPECT_EQ(off_formula, 0u);
-  EXPECT_EQ(wide_triangles, 0u);
-  EXPECT_EQ(needless_shifts, 0u);
-  EXPECT_EQ(pole_outside_span, 0u);
+  for (const auto& [fault, count] : wrong) {
+    EXPECT_EQ(count, 0u) << fault;
+  }
   // The seam's straddling triangles move 238 corners, half of them each way.
   EXPECT_EQ(shifted_up, 119u);
   EXPECT_EQ(shifted_down, 119u);
 }
 
-TEST(SphereMesh, TangentsRunAlongIncreasingUWithTheBitangentTowardsIncreasingV) {
-  const std::vector<vertex_record>& vertices = mesh().vertices;
-  std::size_t not_unit = 0;
-  std::size_t not_orthogonal = 0;
-  std::size_t bad_handedness = 0;
-  std::size_t against_triangle_u = 0;
-  std::size_t bitangent_against_triangle_v = 0;
-  std::size_t against_east = 0;
-  std::size_t bitangent_against_north = 0;
-  for (std::size_t t = 0; t < kTriangles; ++t) {
-    const vertex_record& a = vertices[3 * t];
-    const vertex_record& b = vertices[3 * t + 1];
-    const vertex_record& c = vertices[3 * t + 2];
-    const vec3 grad_u = in_plane_gradient(a.p(), b.p(), c.p(), a.u, b.u, c.u);
-    const vec3 grad_v = in_plane_gradient(a.p(), b.p(), c.p(), a.v, b.v, c.v);
-    for (const vertex_record* vertex : {&a, &b, &c}) {
-      const vec3 n = vertex->n();
-      const vec3 tangent = vertex->t();
-      const double w = vertex->w();
-      not_unit += std::abs(length(tangent) - 1.0) > 1e-5;
-      not_orthogonal += std::abs(dot(tangent, n)) > 1e-5;
-      bad_handedness += w != 1.0 && w != -1.0;
-      // The shader's bitangent.
-      const vec3 bitangent = w * cross(n, tangent);
-      against_triangle_u += dot(tangent, grad_u) <= 0.0;
-      bitangent_against_triangle_v += dot(bitangent, grad_v) <= 0.0;
-      const vec3 p = vertex->p();
-      if (!is_pole(p)) {
-        // Away from the poles the same holds for the sphere's own directions: east, where the
-        // longitude atan2(z, x) grows, and north, where y grows.
-        const vec3 east = {-p.z, 0.0, p.x};
-        const vec3 north = vec3{0.0, 1.0, 0.0} - n.y * n;
-        against_east += dot(tangent, east) <= 0.0;
-        bitangent_against_north += dot(bitangent, north) <= 0.0;
-      }
-    }
-  }
-  EXPECT_EQ(not_unit, 0u);
-  EXPECT_EQ(not_orthogonal, 0u);
-  EXPECT_EQ(bad_handedness, 0u);
-  EXPECT_EQ(against_triangle_u, 0u);
-  EXPECT_EQ(bitangent_against_triangle_v, 0u);
-  EXPECT_EQ(against_east, 0u);
-  EXPECT_EQ(bitangent_against_north, 0u);
-}
-
 // Stands in for the GL renderer: records what upload_model received and where it ran.
-struct upload_record {
+struct UploadProbe {
   std::thread::id ran_on;
-  uint32_t vertex_count = 0;
-  uint32_t index_count = 0;
   std::vector<unsigned char> vertices;
   std::vector<uint32_t> indices;
   bool fail = false;
-};
-
-struct UploadProbe {
-  upload_record* record;
-  model_ref upload_model(const void* vertices, uint32_t vertex_count, const uint32_t* indices,
-                         uint32_t index_count) {
-    record->ran_on = std::this_thread::get_id();
-    record->vertex_count = vertex_count;
-    record->index_count = index_count;
-    const auto* bytes = static_cast<const unsigned char*>(vertices);
-    record->vertices.assign(bytes, bytes + std::size_t{vertex_count} * 64);
-    record->indices.assign(indices, indices + index_count);
-    if (record->fail) {
+  model_ref upload_model(const void* vertices_data, uint32_t vertex_count,
+                         const uint32_t* indices_data, uint32_t index_count) {
+    ran_on = std::this_thread::get_id();
+    const auto* bytes = static_cast<const unsigned char*>(vertices_data);
+    vertices.assign(bytes, bytes + std::size_t{vertex_count} * 64);
+    indices.assign(indices_data, indices_data + index_count);
+    if (fail) {
       throw std::runtime_error("failed to create vertex buffer");
     }
     return {21, 22, 23, index_count};
   }
 };
 
-TEST(SphereMesh, LoadingUploadsTheDecodedArraysOnTheRenderThreadAndReturnsItsModel) {
-  upload_record record;
-  BasicRendererThread<UploadProbe> thread(
-      [&record] { return std::make_unique<UploadProbe>(UploadProbe{&record}); });
+TEST(SphereMesh, LoadingUploadsTheDecodedArraysOnTheRenderThreadAndPassesOnFailures) {
+  BasicRendererThread<UploadProbe> thread;
   const model_ref model = load_sphere_mesh(thread);
   EXPECT_EQ(model.vertex_array, 21u);
   EXPECT_EQ(model.vertex_buffer, 22u);
   EXPECT_EQ(model.index_buffer, 23u);
   EXPECT_EQ(model.index_count, 96000u);
-  EXPECT_NE(record.ran_on, std::thread::id());
-  EXPECT_NE(record.ran_on, std::this_thread::get_id());
-  EXPECT_EQ(record.vertex_count, 96000u);
-  EXPECT_EQ(record.index_count, 96000u);
-  EXPECT_TRUE(record.vertices == mesh().arrays.vertices);
-  EXPECT_TRUE(record.indices == mesh().arrays.indices);
-}
-
-TEST(SphereMesh, AFailedUploadReachesTheCaller) {
-  upload_record record;
-  record.fail = true;
-  BasicRendererThread<UploadProbe> thread(
-      [&record] { return std::make_unique<UploadProbe>(UploadProbe{&record}); });
+  thread.run_on_renderer([](UploadProbe& probe) {
+    EXPECT_EQ(probe.ran_on, std::this_thread::get_id());
+    EXPECT_TRUE(probe.vertices == mesh().vertices);
+    EXPECT_TRUE(probe.indices == mesh().indices);
+    probe.fail = true;
+  });
   try {
     load_sphere_mesh(thread);
     ADD_FAILURE() << "returned";

@@ -1,6 +1,5 @@
-// A module that faults on purpose: the effect's own entry point logic, global setup and render
-// thread around a plug-in object that faults on three commands: a null write on the host's
-// thread, a stack overflow on the host's thread, and a null write inside a render-thread job.
+// A module that faults on purpose (tests/crash_fault_commands.h): the effect's own entry point
+// logic, global setup and render thread around a plug-in object that faults on three commands.
 // The effect itself has no such trigger.
 #include "AE_Effect.h"
 #include "plugin/ae_plugin_connection.h"
@@ -11,29 +10,23 @@
 LUNAFORM_TEST_MODULE_PIPL("Crash Fault", "CrashFaultMain", "CRASH TEST Fault")
 
 // Read through a volatile pointer, so the compiler cannot know it is null and must emit the
-// write (a visible null write would be turned into a trap instruction).
+// write (a visible null write would become a trap instruction).
 int* volatile fault_target = nullptr;
+// Never reached, but the compiler cannot know: to its eyes the recursion ends.
+volatile int recursion_limit = -1;
 
-// Named outside any namespace, so a backtrace shows exactly these names. The undefined-
-// behaviour sanitizer would stop a null write before the processor faults: not here.
+// Outside any namespace and never inlined, so that a backtrace shows exactly these names. The
+// undefined-behaviour sanitizer would stop a null write before the processor faults: not here.
 [[gnu::noinline, gnu::no_sanitize("undefined")]] void crash_test_fault_in_command() {
   *fault_target = 1;
 }
-
 [[gnu::noinline, gnu::no_sanitize("undefined")]] void crash_test_fault_in_render_job() {
   *fault_target = 2;
 }
-
-// Never reached, but the compiler cannot know: the recursion is not infinite to its eyes.
-volatile int recursion_limit = -1;
-
 [[gnu::noinline]] int crash_test_overflow_stack(int depth) {
   volatile char frame[1024];
   frame[0] = static_cast<char>(depth);
-  if (depth == recursion_limit) {
-    return 0;
-  }
-  return crash_test_overflow_stack(depth + 1) + frame[0];
+  return depth == recursion_limit ? 0 : crash_test_overflow_stack(depth + 1) + frame[0];
 }
 
 namespace {
@@ -47,19 +40,16 @@ class FaultingPlugin : public AePluginConnection {
   }
 };
 
-std::unique_ptr<AePlugin> make_faulting_plugin() {
-  return std::make_unique<FaultingPlugin>();
-}
-
 }  // namespace
 
-static_assert(crash_fault::kFaultInCommand == PF_Cmd_DO_DIALOG);
-static_assert(crash_fault::kStackOverflowInCommand == PF_Cmd_COMPLETELY_GENERAL);
-static_assert(crash_fault::kFaultInRenderJob == PF_Cmd_ARBITRARY_CALLBACK);
+static_assert(crash_fault::kFaultInCommand == PF_Cmd_DO_DIALOG &&
+              crash_fault::kStackOverflowInCommand == PF_Cmd_COMPLETELY_GENERAL &&
+              crash_fault::kFaultInRenderJob == PF_Cmd_ARBITRARY_CALLBACK);
 
 extern "C" [[gnu::visibility("default")]] PF_Err CrashFaultMain(PF_Cmd command, PF_InData* in_data,
                                                                 PF_OutData* out_data,
                                                                 PF_ParamList params, PF_LayerDef*,
                                                                 void* extra) {
-  return run_plugin_entry(make_faulting_plugin, command, in_data, out_data, params, extra);
+  return run_plugin_entry([] { return std::unique_ptr<AePlugin>(new FaultingPlugin); }, command,
+                          in_data, out_data, params, extra);
 }

@@ -3,6 +3,7 @@
 // untouched (the output is checked out and nothing is written), frame 2 fails with
 // PF_Err_OUT_OF_MEMORY after saying so on standard error, as a module's error popup does
 // without a display.
+#include <algorithm>
 #include <cstdio>
 
 #include "AE_Effect.h"
@@ -14,13 +15,12 @@ LUNAFORM_TEST_MODULE_PIPL("Frame Script", "FrameScriptMain", "HOST TEST Frame Sc
 namespace {
 
 template <typename Pixel>
-void fill(PF_EffectWorld& world, const Pixel& pixel) {
+PF_Err fill(PF_EffectWorld& world, const Pixel& white) {
   for (A_long y = 0; y < world.height; ++y) {
     auto* row = reinterpret_cast<Pixel*>(reinterpret_cast<char*>(world.data) + y * world.rowbytes);
-    for (A_long x = 0; x < world.width; ++x) {
-      row[x] = pixel;
-    }
+    std::fill(row, row + world.width, white);
   }
+  return PF_Err_NONE;
 }
 
 PF_Err smart_render(const PF_InData& in_data, const PF_SmartRenderExtra& extra) {
@@ -28,45 +28,31 @@ PF_Err smart_render(const PF_InData& in_data, const PF_SmartRenderExtra& extra) 
   if (const PF_Err error = extra.cb->checkout_output(in_data.effect_ref, &output)) {
     return error;
   }
-  const A_long frame = in_data.current_time / in_data.time_step;
-  if (frame == 2) {
-    std::fputs("Frame Script: frame 2 fails on purpose\n", stderr);
-    return PF_Err_OUT_OF_MEMORY;
-  }
-  if (frame != 0) {
-    return PF_Err_NONE;
-  }
-  switch (extra.input->bitdepth) {
-    case 8:
-      fill(*output, PF_Pixel8{255, 255, 255, 255});
-      break;
-    case 16:
-      fill(*output, PF_Pixel16{32768, 32768, 32768, 32768});
-      break;
+  switch (in_data.current_time / in_data.time_step) {
+    case 0:
+      return extra.input->bitdepth == 8    ? fill(*output, PF_Pixel8{255, 255, 255, 255})
+             : extra.input->bitdepth == 16 ? fill(*output, PF_Pixel16{32768, 32768, 32768, 32768})
+                                           : fill(*output, PF_PixelFloat{1.0f, 1.0f, 1.0f, 1.0f});
+    case 2:
+      std::fputs("Frame Script: frame 2 fails on purpose\n", stderr);
+      return PF_Err_OUT_OF_MEMORY;
     default:
-      fill(*output, PF_PixelFloat{1.0f, 1.0f, 1.0f, 1.0f});
-      break;
+      return PF_Err_NONE;
   }
-  return PF_Err_NONE;
 }
 
 }  // namespace
 
 extern "C" PF_Err FrameScriptMain(PF_Cmd command, PF_InData* in_data, PF_OutData* out_data,
                                   PF_ParamList, PF_LayerDef*, void* extra) {
-  switch (command) {
-    case PF_Cmd_PARAMS_SETUP:
-      out_data->num_params = 1;
-      return PF_Err_NONE;
-    case PF_Cmd_SMART_PRE_RENDER: {
-      auto* pre_render = static_cast<PF_PreRenderExtra*>(extra);
-      pre_render->output->result_rect = pre_render->input->output_request.rect;
-      pre_render->output->max_result_rect = pre_render->input->output_request.rect;
-      return PF_Err_NONE;
-    }
-    case PF_Cmd_SMART_RENDER:
-      return smart_render(*in_data, *static_cast<PF_SmartRenderExtra*>(extra));
-    default:
-      return PF_Err_NONE;
+  if (command == PF_Cmd_PARAMS_SETUP) {
+    out_data->num_params = 1;
+  } else if (command == PF_Cmd_SMART_PRE_RENDER) {
+    auto* pre_render = static_cast<PF_PreRenderExtra*>(extra);
+    pre_render->output->result_rect = pre_render->input->output_request.rect;
+    pre_render->output->max_result_rect = pre_render->input->output_request.rect;
+  } else if (command == PF_Cmd_SMART_RENDER) {
+    return smart_render(*in_data, *static_cast<PF_SmartRenderExtra*>(extra));
   }
+  return PF_Err_NONE;
 }

@@ -7,67 +7,52 @@
 
 // Builds, at compile time, the PiPL of a small test module in the layout a host reads from the
 // ".pipl" section: little-endian numbers, four-character codes stored reversed, values padded
-// to four bytes. Only the properties a host requires (kind, name, entry point, match name) and
-// the category are written.
+// to four bytes. Only what a host requires (kind, name, entry point, match name) and the
+// category are written.
 namespace test_module {
 
 struct PiplBytes {
   std::array<unsigned char, 256> data{};
   size_t size = 0;
 
-  constexpr void byte(unsigned char value) { data[size++] = value; }
+  constexpr void bytes(std::string_view text, bool reversed = false) {
+    for (size_t i = 0; i < text.size(); ++i) {
+      data[size++] = static_cast<unsigned char>(text[reversed ? text.size() - 1 - i : i]);
+    }
+  }
   constexpr void u32(uint32_t value) {
     for (int shift = 0; shift < 32; shift += 8) {
-      byte(static_cast<unsigned char>(value >> shift));
+      data[size++] = static_cast<unsigned char>(value >> shift);
     }
   }
-  constexpr void code(std::string_view four) {
-    for (size_t i = 4; i-- > 0;) {
-      byte(static_cast<unsigned char>(four[i]));
-    }
-  }
-  constexpr void pad(size_t length) {
-    while (length++ % 4 != 0) {
-      byte(0);
-    }
-  }
-  constexpr void property_header(std::string_view key, size_t length) {
-    code("8BIM");
-    code(key);
-    u32(0);  // id
+  // A property: "8BIM", its key, id 0, the value's length, the value padded to four bytes (the
+  // array is zeroed, so a C string's NUL and the padding are there already).
+  enum Value { code, pascal, c_string };
+  constexpr void property(std::string_view key, std::string_view text, Value kind) {
+    const size_t length = kind == code ? 4 : text.size() + 1;
+    bytes("8BIM", true);
+    bytes(key, true);
+    u32(0);
     u32(static_cast<uint32_t>(length));
-  }
-  constexpr void pascal_property(std::string_view key, std::string_view text) {
-    property_header(key, text.size() + 1);
-    byte(static_cast<unsigned char>(text.size()));
-    for (char c : text) {
-      byte(static_cast<unsigned char>(c));
+    if (kind == pascal) {
+      data[size++] = static_cast<unsigned char>(text.size());
     }
-    pad(text.size() + 1);
-  }
-  constexpr void c_string_property(std::string_view key, std::string_view text) {
-    property_header(key, text.size() + 1);
-    for (char c : text) {
-      byte(static_cast<unsigned char>(c));
-    }
-    byte(0);
-    pad(text.size() + 1);
+    bytes(text, kind == code);
+    size += (kind == c_string ? 1 : 0) + (4 - length % 4) % 4;
   }
 };
 
 consteval PiplBytes effect_pipl(std::string_view name, std::string_view entry_point,
                                 std::string_view match_name) {
   PiplBytes pipl;
-  pipl.byte(1);  // version 1, little-endian
-  pipl.byte(0);
-  pipl.u32(0);  // reserved
-  pipl.u32(5);  // property count
-  pipl.property_header("kind", 4);
-  pipl.code("eFKT");
-  pipl.pascal_property("name", name);
-  pipl.pascal_property("catg", "Host Tests");
-  pipl.c_string_property("8664", entry_point);
-  pipl.pascal_property("eMNA", match_name);
+  pipl.bytes(std::string_view("\1\0", 2));  // version 1, little-endian
+  pipl.u32(0);                              // reserved
+  pipl.u32(5);                              // property count
+  pipl.property("kind", "eFKT", PiplBytes::code);
+  pipl.property("name", name, PiplBytes::pascal);
+  pipl.property("catg", "Host Tests", PiplBytes::pascal);
+  pipl.property("8664", entry_point, PiplBytes::c_string);
+  pipl.property("eMNA", match_name, PiplBytes::pascal);
   return pipl;
 }
 

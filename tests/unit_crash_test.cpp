@@ -1,0 +1,231 @@
+// The crash handler's pieces that run without a fault: where reports go, what they are named,
+// what the user is told, and which memory a dump holds.
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <cstdint>
+#include <ctime>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "crash/crash_message.h"
+#include "crash/crash_report_path.h"
+#include "crash/memory_regions.h"
+#include "platform/documents_folder.h"
+#include "tests/host_temp_folder.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using Setting = std::optional<std::string>;  // nullopt: the variable is not set
+
+// Sets the folder variables while alive and gives the process its own values back after.
+class FolderVariables {
+ public:
+  FolderVariables(Setting xdg_documents, Setting home, Setting tmpdir) {
+    for (std::size_t i = 0; i < 3; ++i) {
+      const char* old = std::getenv(kNames[i]);
+      saved_[i] = old != nullptr ? Setting(old) : std::nullopt;
+    }
+    set({xdg_documents, home, tmpdir});
+  }
+  ~FolderVariables() { set(saved_); }
+
+ private:
+  static constexpr const char* kNames[3] = {"XDG_DOCUMENTS_DIR", "HOME", "TMPDIR"};
+  static void set(const std::array<Setting, 3>& values) {
+    for (std::size_t i = 0; i < 3; ++i) {
+      if (values[i]) {
+        setenv(kNames[i], values[i]->c_str(), 1);
+      } else {
+        unsetenv(kNames[i]);
+      }
+    }
+  }
+  std::array<Setting, 3> saved_;
+};
+
+TEST(DocumentsFolder, DocumentsComeFromXdgThenHomeAndTemporaryFilesFromTmpdirThenTmp) {
+  host_test::TempFolder root;
+  const std::string home = root / "with", bare_home = root / "without", xdg = root / "xdg";
+  const std::string missing = root / "missing", home_documents = home + "/Documents";
+  fs::create_directories(home_documents);
+  fs::create_directories(bare_home);
+  fs::create_directories(xdg);
+  struct Case {
+    const char* what;
+    Setting xdg_documents, home, tmpdir;
+    Setting documents;  // nullopt: none found
+    std::string temporary;
+  };
+  const std::vector<Case> cases = {
+      {"XDG folder first", xdg, home, xdg, xdg, xdg},
+      {"XDG folder missing", missing, home, missing, home_documents, "/tmp"},
+      {"XDG empty", "", home, std::nullopt, home_documents, "/tmp"},
+      {"no Documents in home", std::nullopt, bare_home, "", std::nullopt, "/tmp"},
+      {"no home", std::nullopt, std::nullopt, std::nullopt, std::nullopt, "/tmp"},
+      {"a file is no folder", root.write("file", "x").string(), std::nullopt, std::nullopt,
+       std::nullopt, "/tmp"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    const FolderVariables variables(c.xdg_documents, c.home, c.tmpdir);
+    char folder[4096];
+    EXPECT_EQ(hxsdk::documents_folder(folder) ? Setting(folder) : std::nullopt, c.documents);
+    ASSERT_TRUE(hxsdk::temporary_folder(folder));
+    EXPECT_EQ(std::string(folder), c.temporary);
+  }
+  // A path needs room for its terminating NUL too.
+  const FolderVariables variables(xdg, std::nullopt, std::nullopt);
+  std::vector<char> exact(xdg.size() + 1, 'x'), short_by_one(xdg.size());
+  EXPECT_TRUE(hxsdk::documents_folder(exact));
+  EXPECT_EQ(std::string(exact.data()), xdg);
+  EXPECT_FALSE(hxsdk::documents_folder(short_by_one));
+}
+
+TEST(CrashReportPath, ReportsGoToTheMakersErrorLogsNamedByTagLocalTimeProcessAndThread) {
+  struct NameCase {
+    int year, month, day, hour, minute, second;
+    long process, thread;
+    const char* name;
+  };
+  for (const NameCase& c : {
+           NameCase{2024, 1, 31, 23, 59, 59, 4321, 8765,
+                    "Lunaform_v1.0.66-20240131-235959-4321-8765.dmp"},
+           // Single digits are padded to two, the year to four; ids are not padded.
+           NameCase{2001, 2, 3, 4, 5, 6, 7, 12, "Lunaform_v1.0.66-20010203-040506-7-12.dmp"},
+           NameCase{999, 12, 1, 0, 0, 0, 4194304, 4194303,
+                    "Lunaform_v1.0.66-09991201-000000-4194304-4194303.dmp"},
+       }) {
+    std::tm time{};
+    time.tm_year = c.year - 1900;
+    time.tm_mon = c.month - 1;
+    time.tm_mday = c.day;
+    time.tm_hour = c.hour;
+    time.tm_min = c.minute;
+    time.tm_sec = c.second;
+    crash::PathText name;
+    crash::append_dump_file_name(name, time, c.process, c.thread);
+    EXPECT_EQ(name.view(), c.name);
+  }
+  for (const auto& [base, folder] : std::vector<std::pair<std::string, std::string>>{
+           {"/home/ada/Documents", "/home/ada/Documents/Brightmoor/Error Logs"},
+           {"/tmp/", "/tmp/Brightmoor/Error Logs"},
+           {"/", "/Brightmoor/Error Logs"}}) {
+    crash::PathText path;
+    crash::append_report_folder(path, base);
+    EXPECT_EQ(path.view(), folder);
+    EXPECT_FALSE(path.truncated());
+  }
+  // A path too long for the system is cut at the capacity and marked so.
+  const std::string base = "/" + std::string(crash::kPathCapacity - 10, 'a');
+  crash::PathText path;
+  crash::append_report_folder(path, base);
+  EXPECT_TRUE(path.truncated());
+  EXPECT_EQ(path.view(), (base + "/Brightmoor/Error Logs").substr(0, crash::kPathCapacity));
+
+  crash::MessageText message;
+  crash::append_crash_message(message, "/home/ada/Documents/Brightmoor/Error Logs/x.dmp");
+  EXPECT_EQ(message.view(),
+            "Please compress the following file and contact support "
+            "(support@brightmoor.invalid):\n\n/home/ada/Documents/Brightmoor/Error Logs/x.dmp");
+}
+
+// Entries as /proc/self/smaps writes them, with the detail lines that matter and some that
+// do not.
+constexpr char kSmaps[] =
+    // Program headers and read-only data, untouched: the file has them.
+    "55d0c1a00000-55d0c1a02000 r--p 00000000 08:01 1234567                    /usr/bin/cat\n"
+    "Size:                  8 kB\n"
+    "Anonymous:             0 kB\n"
+    "Swap:                  0 kB\n"
+    "VmFlags: rd mr mw me \n"
+    // Relocated read-only data: written once, then protected.
+    "55d0c1a02000-55d0c1a03000 r--p 00001000 08:01 1234567                    /usr/bin/cat\n"
+    "Anonymous:             4 kB\n"
+    "VmFlags: rd mr mw me ac \n"
+    // A changed page that went to swap.
+    "55d0c1a03000-55d0c1a04000 r--p 00002000 08:01 1234567                    /usr/bin/cat\n"
+    "Anonymous:             0 kB\n"
+    "Swap:                  4 kB\n"
+    "VmFlags: rd mr mw me ac \n"
+    "7f0000001000-7f0000003000 rw-p 0001f000 08:01 42 /usr/lib/libx.so\n"
+    "VmFlags: rd wr mr mw me ac \n"
+    // Anonymous code (a JIT compiler's), with no path after the inode.
+    "7f0000004000-7f0000005000 r-xp 00000000 00:00 0 \n"
+    "VmFlags: rd ex mr mw me \n"
+    "7ffd1234a000-7ffd1236b000 rw-p 00000000 00:00 0                          [stack]\n"
+    "VmFlags: rd wr mr mw me gd ac \n"
+    "7ffd123f0000-7ffd123f4000 r--p 00000000 00:00 0                          [vvar]\n"
+    "VmFlags: rd mr pf io de dd \n"
+    "7f0000010000-7f0000011000 ---p 00000000 00:00 0\n"
+    "VmFlags: mr mw me \n"
+    // A path with spaces and the kernel's mark for a deleted file.
+    "7f0000020000-7f0000021000 rw-s 00002000 00:05 77  /tmp/my lib.so (deleted)\n"
+    "VmFlags: rd wr sh mr mw me ms \n"
+    // Device memory, and memory marked not to be dumped.
+    "7f0000030000-7f0000032000 rw-s 100000000 00:05 9 /dev/dri/card0\n"
+    "VmFlags: rd wr sh mr mw me ms io pf \n"
+    "7f0000040000-7f0000041000 rw-p 00000000 00:00 0\n"
+    "VmFlags: rd wr mr mw me dd \n"
+    // A reservation over 1 GiB (a sanitizer's shadow) and one of exactly 1 GiB.
+    "600000000000-600040001000 rw-p 00000000 00:00 0\n"
+    "VmFlags: rd wr mr mw me nr \n"
+    "610000000000-610040000000 rw-p 00000000 00:00 0\n"
+    // The last line is cut off: only whole lines count.
+    "620000000000-620000001000 rw-p 00000000 00:00 0";
+
+TEST(CrashMemoryRegions, SmapsEntriesGiveTheRegionsAndWhetherTheirBytesAreDumped) {
+  struct Expected {
+    std::uintptr_t start, end;
+    std::uint64_t offset;
+    const char* permissions;  // rwxs, '-' where not
+    const char* path;
+    bool dumped;
+  };
+  const std::vector<Expected> expected = {
+      {0x55d0c1a00000, 0x55d0c1a02000, 0, "r---", "/usr/bin/cat", false},
+      {0x55d0c1a02000, 0x55d0c1a03000, 0x1000, "r---", "/usr/bin/cat", true},
+      {0x55d0c1a03000, 0x55d0c1a04000, 0x2000, "r---", "/usr/bin/cat", true},
+      {0x7f0000001000, 0x7f0000003000, 0x1f000, "rw--", "/usr/lib/libx.so", true},
+      {0x7f0000004000, 0x7f0000005000, 0, "r-x-", "", true},
+      {0x7ffd1234a000, 0x7ffd1236b000, 0, "rw--", "[stack]", true},
+      {0x7ffd123f0000, 0x7ffd123f4000, 0, "r---", "[vvar]", false},
+      {0x7f0000010000, 0x7f0000011000, 0, "----", "", false},
+      {0x7f0000020000, 0x7f0000021000, 0x2000, "rw-s", "/tmp/my lib.so (deleted)", true},
+      {0x7f0000030000, 0x7f0000032000, 0x100000000, "rw-s", "/dev/dri/card0", false},
+      {0x7f0000040000, 0x7f0000041000, 0, "rw--", "", false},
+      {0x600000000000, 0x600040001000, 0, "rw--", "", false},
+      {0x610000000000, 0x610040000000, 0, "rw--", "", true},
+  };
+  std::vector<crash::MemoryRegion> regions(expected.size() + 5);
+  ASSERT_EQ(crash::parse_memory_regions(kSmaps, regions), expected.size());
+  for (std::size_t i = 0; i < expected.size(); ++i) {
+    SCOPED_TRACE(i);
+    const crash::MemoryRegion& r = regions[i];
+    EXPECT_EQ(r.start, expected[i].start);
+    EXPECT_EQ(r.end, expected[i].end);
+    EXPECT_EQ(r.file_offset, expected[i].offset);
+    EXPECT_EQ(std::string({r.readable ? 'r' : '-', r.writable ? 'w' : '-', r.executable ? 'x' : '-',
+                           r.shared ? 's' : '-'}),
+              expected[i].permissions);
+    EXPECT_EQ(r.path, expected[i].path);
+    EXPECT_EQ(crash::region_contents_dumped(r), expected[i].dumped);
+  }
+  // A table too small keeps the first entries, their details included.
+  std::vector<crash::MemoryRegion> two(2);
+  ASSERT_EQ(crash::parse_memory_regions(kSmaps, two), 2u);
+  EXPECT_EQ(two[1].start, 0x55d0c1a02000u);
+  EXPECT_TRUE(two[1].has_private_pages);
+
+  for (const char* line : {"", "7f00-", "7f00-7f10", "7f00-7f10 rw-p", "7f10-7f00 rw-p 0 00:00 0",
+                           "zz00-7f10 rw-p 0 00:00 0", "7f00-7f10 rw 0 00:00 0",
+                           "7f00-7f10 rw-p 0 0000 0", "Size:                  8 kB"}) {
+    crash::MemoryRegion region;
+    EXPECT_FALSE(crash::parse_memory_region(line, region)) << "malformed, yet taken: " << line;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,452 @@
+// The renderer's parts that need no GPU: the render thread's hand-over protocol (with stand-in
+// renderers), the std140 uniform blocks, the GGX sample table, the accumulation weights, and
+// the CPU shading reference that the GPU pixel tests trust.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <cstring>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <tuple>
+#include <typeinfo>
+#include <vector>
+
+#include "plugin/hx_exception.h"
+#include "plugin/slot_textures.h"
+#include "renderer/accumulation_weight.h"
+#include "renderer/basic_renderer_thread.h"
+#include "renderer/ggx_sample_table.h"
+#include "renderer/uniform_blocks.h"
+#include "tests/gpu_shading_reference.h"
+
+namespace {
+
+using std::this_thread::get_id;
+
+// Stands in for the GL renderer. It records the thread that destroys it, after a pause that
+// gives a thread destructor that does not wait for it the time to return first, and the
+// textures it is asked to delete.
+struct ProbeRenderer {
+  std::thread::id* destroyed_on = nullptr;
+  std::vector<unsigned int> deleted;
+  ~ProbeRenderer() {
+    if (destroyed_on != nullptr) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      *destroyed_on = get_id();
+    }
+  }
+  void delete_texture(unsigned int texture) { deleted.push_back(texture); }
+};
+using ProbeThread = BasicRendererThread<ProbeRenderer>;
+
+// A thread whose renderer records where it is built and destroyed.
+std::unique_ptr<ProbeThread> recording_thread(std::thread::id& built_on,
+                                              std::thread::id& destroyed_on) {
+  return std::make_unique<ProbeThread>([&built_on, &destroyed_on] {
+    built_on = get_id();
+    return std::unique_ptr<ProbeRenderer>(new ProbeRenderer{&destroyed_on, {}});
+  });
+}
+
+// Destroys the thread on a helper and tells whether that returned within a generous limit, so
+// that a blocking destructor fails the test instead of hanging it.
+bool destroyed_promptly(std::unique_ptr<ProbeThread> thread) {
+  auto returned = std::make_shared<std::promise<void>>();
+  std::future<void> future = returned->get_future();
+  std::thread([returned, thread = std::move(thread)]() mutable {
+    thread.reset();
+    returned->set_value();
+  }).detach();
+  return future.wait_for(std::chrono::seconds(5)) == std::future_status::ready;
+}
+
+TEST(RendererThread, JobsRunInOrderOnTheThreadThatBuiltTheRendererWhichDiesWithIt) {
+  std::thread::id built_on, destroyed_on;
+  auto thread = recording_thread(built_on, destroyed_on);
+  EXPECT_NE(built_on, get_id());
+  // An empty job would never be taken and leave its caller waiting: it is refused.
+  EXPECT_THROW(thread->submit(RendererJob()), std::bad_function_call);
+  std::vector<int> order;
+  for (int i = 0; i < 10; ++i) {
+    thread->run([&order, &built_on, i] {
+      order.push_back(i);
+      EXPECT_EQ(get_id(), built_on);
+    });
+  }
+  EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9}));
+  thread->run_on_renderer([&](ProbeRenderer& renderer) {
+    EXPECT_EQ(renderer.destroyed_on, &destroyed_on) << "not the renderer the factory built";
+  });
+  // Destroyed while idle, it destroys the renderer on the render thread before it returns.
+  EXPECT_EQ(destroyed_on, std::thread::id());
+  ASSERT_TRUE(destroyed_promptly(std::move(thread)));
+  EXPECT_EQ(destroyed_on, built_on);
+}
+
+TEST(RendererThread, AJobsExceptionReachesItsCallerAndEndsTheThreadForGood) {
+  struct shader_failure : hx_exception {
+    using hx_exception::hx_exception;
+  };
+  const std::vector<std::tuple<RendererJob, const std::type_info&, std::string>> cases = {
+      {[] { throw shader_failure("could not build program"); }, typeid(shader_failure),
+       "could not build program"},
+      {[] { throw std::out_of_range("slot 9"); }, typeid(std::out_of_range), "slot 9"}};
+  for (const auto& [job, type, message] : cases) {
+    std::thread::id built_on, destroyed_on;
+    auto thread = recording_thread(built_on, destroyed_on);
+    try {
+      thread->run(job);
+      ADD_FAILURE() << "the job's exception did not reach the caller";
+    } catch (const std::exception& e) {
+      EXPECT_EQ(typeid(e), type);
+      EXPECT_EQ(e.what(), message);
+    }
+    // The renderer went down with the failed job, on its own thread; later jobs never run, and
+    // destroying the thread right after does not block.
+    EXPECT_EQ(destroyed_on, built_on);
+    bool ran = false;
+    for (int attempt = 0; attempt < 3; ++attempt) {
+      EXPECT_NO_THROW(thread->run([&ran] { ran = true; }));
+    }
+    EXPECT_FALSE(ran);
+    EXPECT_TRUE(destroyed_promptly(std::move(thread)));
+  }
+}
+
+TEST(RendererThread, AConstructionFailureIsRethrownByTheConstructor) {
+  // Repeated so that a thread still touching the freed object shows under the sanitizers.
+  for (int attempt = 0; attempt < 20; ++attempt) {
+    std::thread::id failed_on;
+    try {
+      ProbeThread thread([&failed_on]() -> std::unique_ptr<ProbeRenderer> {
+        failed_on = get_id();
+        throw std::runtime_error("failed to create OpenGL 4.1 context");
+      });
+      ADD_FAILURE() << "the constructor returned";
+    } catch (const std::runtime_error& e) {
+      EXPECT_STREQ(e.what(), "failed to create OpenGL 4.1 context");
+    }
+    EXPECT_NE(failed_on, std::thread::id());
+    EXPECT_NE(failed_on, get_id());
+  }
+}
+
+TEST(RendererThread, AJobsErrorReachesItsCallerHoweverFastTheJobEnded) {
+  for (int attempt = 0; attempt < 40; ++attempt) {
+    ProbeThread thread;
+    std::promise<void> throwing;
+    const std::string message = "job " + std::to_string(attempt);
+    thread.submit([&throwing, &message] {
+      throwing.set_value();
+      throw hx_exception(message);
+    });
+    if (attempt % 2 == 0) {
+      // Half of the callers come to wait only after the job has failed and reported.
+      throwing.get_future().wait();
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    try {
+      thread.wait();
+      ADD_FAILURE() << message << ": the error was lost";
+    } catch (const hx_exception& e) {
+      EXPECT_EQ(e.what(), message);
+    }
+  }
+}
+
+TEST(RendererThread, CallersSerialisedByAMutexHaveEveryJobRunExactlyOnceAlone) {
+  ProbeThread thread;
+  std::mutex callers_mutex;
+  std::vector<int> runs(1000, 0);
+  std::atomic<int> in_flight{0}, most_in_flight{0};
+  std::vector<std::thread> callers;
+  for (int caller = 0; caller < 4; ++caller) {
+    callers.emplace_back([&, caller] {
+      for (int job = caller * 250; job < caller * 250 + 250; ++job) {
+        std::lock_guard lock(callers_mutex);
+        thread.run([&, job] {
+          const int now = ++in_flight;
+          int most = most_in_flight.load();
+          while (now > most && !most_in_flight.compare_exchange_weak(most, now)) {
+          }
+          ++runs[job];
+          --in_flight;
+        });
+      }
+    });
+  }
+  for (std::thread& caller : callers) {
+    caller.join();
+  }
+  EXPECT_EQ(runs, std::vector<int>(1000, 1));
+  EXPECT_EQ(most_in_flight.load(), 1);
+}
+
+TEST(LifecycleSlotTextures, EverySlotsTextureIsDeletedOnTheRenderThreadInSlotOrder) {
+  SequenceData data{};
+  // Names out of slot order, the glossiness slot empty: the deletions follow the slots, not
+  // the names, and include the empty slot's texture 0.
+  const unsigned int textures[] = {40, 0, 7, 93, 12};
+  const int slots[] = {kDiffuseSlot, kGlossinessSlot, kIlluminationSlot, kBumpSlot,
+                       kEnvironmentSlot};
+  for (int i = 0; i < 5; ++i) {
+    data.slots[slots[i]].texture = textures[i];
+  }
+  ProbeThread render_thread;
+  delete_slot_textures(render_thread, data);
+  render_thread.run_on_renderer([](ProbeRenderer& renderer) {
+    EXPECT_EQ(renderer.deleted, (std::vector<unsigned int>{40, 0, 7, 93, 12}));
+  });
+}
+
+// The GPU blends each sample as accumulation = w * sample + (1 - w) * accumulation; with the
+// counter running 1.0, 2.0, ... the result must be the plain mean of the samples.
+TEST(AccumulationWeight, RunningBlendEndsAtTheMeanOfTheSamples) {
+  std::mt19937 random(17);
+  std::uniform_real_distribution<float> value(0.0f, 1.0f);
+  for (int count : {1, 2, 3, 6, 200}) {
+    float accumulation = 123.0f;  // whatever the texture held before the frame
+    double sum = 0.0;
+    for (int k = 1; k <= count; ++k) {
+      const float sample = value(random), weight = accumulation_weight(static_cast<float>(k));
+      accumulation = weight * sample + (1.0f - weight) * accumulation;
+      sum += sample;
+    }
+    EXPECT_NEAR(accumulation, sum / count, 5e-5) << count << " samples";
+  }
+}
+
+TEST(GgxSampleTable, SamplesAreUnitHalfVectorsOfEachLayersGgxLobeInHammersleyOrder) {
+  EXPECT_NEAR(ggx_sample_table::layer_roughness(0), 0.0066, 1e-4);
+  EXPECT_NEAR(ggx_sample_table::layer_roughness(5), 1.0, 1e-6);
+  const std::vector<float> table = ggx_sample_table::make();
+  ASSERT_EQ(table.size(), std::size_t{512 * 6 * 4});
+  for (int layer = 0; layer < 6; ++layer) {
+    const double a = ggx_sample_table::layer_roughness(layer);
+    for (unsigned int i = 0; i < 512; ++i) {
+      // The radical inverse the slow way: bit k of i contributes 2^-(k+1).
+      double xi = 0.0;
+      for (unsigned int bits = i, k = 1; bits != 0; bits >>= 1, ++k) {
+        xi += (bits & 1u) * std::ldexp(1.0, -static_cast<int>(k));
+      }
+      EXPECT_NEAR(ggx_sample_table::radical_inverse(i), xi, 1e-7) << i;
+      const float* s = &table[(layer * 512 + i) * 4];
+      const double x = s[0], y = s[1], z = s[2];
+      SCOPED_TRACE(std::to_string(layer) + "/" + std::to_string(i));
+      EXPECT_NEAR(x * x + y * y + z * z, 1.0, 1e-5);
+      EXPECT_TRUE(z >= 0.0 && s[3] == 0.0f);
+      if (i == 0) {
+        EXPECT_TRUE(x == 0.0 && y == 0.0 && z == 1.0) << "the first sample is the normal";
+        continue;
+      }
+      // Sample i lies at azimuth 2 pi i / 512; for GGX the cumulative in the polar angle
+      // inverts to tan^2 = a^2 xi / (1 - xi). The smoothest lobe stays within 9 degrees.
+      EXPECT_NEAR(std::remainder(std::atan2(y, x) - 2.0 * M_PI * i / 512.0, 2.0 * M_PI), 0.0, 1e-4);
+      const double tan2 = (x * x + y * y) / (z * z);
+      EXPECT_NEAR(tan2, a * a * xi / (1.0 - xi), 2e-3 * (1.0 + tan2));
+      EXPECT_TRUE(layer > 0 || z > std::cos(9.0 * M_PI / 180.0));
+    }
+  }
+  // The roughest layer is cosine distributed: its directions project to points spread evenly
+  // over the unit disk, the share inside radius r being r^2.
+  for (const double r2 : {0.1, 0.25, 0.5, 0.75, 0.9}) {
+    int inside = 0;
+    for (int i = 0; i < 512; ++i) {
+      const float* s = &table[(5 * 512 + i) * 4];
+      inside += s[0] * s[0] + s[1] * s[1] < r2;
+    }
+    EXPECT_NEAR(inside / 512.0, r2, 2.0 / 512.0) << "radius^2 " << r2;
+  }
+}
+
+template <std::size_t N>
+std::vector<float> floats(const std::array<std::byte, N>& block, std::size_t offset,
+                          std::size_t count) {
+  std::vector<float> values(count);
+  std::memcpy(values.data(), block.data() + offset, 4 * count);
+  return values;
+}
+std::int32_t int_at(const LightsBlock& block, std::size_t offset) {
+  std::int32_t value;
+  std::memcpy(&value, block.data() + offset, 4);
+  return value;
+}
+
+// The Lights block by std140: numLights at 0, ambientLights at 16, slot s at 32 + 80 s, and
+// within a slot position 0, direction 16, color 32, lightType 48, falloffType 52, falloff 56,
+// spotConeCos 60, spotFeather 64.
+constexpr std::size_t slot(int s) {
+  return 32 + 80 * static_cast<std::size_t>(s);
+}
+
+light_properties light(int32_t type, float falloff, std::array<float, 3> rgb = {1, 1, 1},
+                       hxsdk::vec4 position = {}, hxsdk::vec4 direction = {}) {
+  light_properties l{position, direction, {rgb[0], rgb[1], rgb[2], 1.0f}, type};
+  l.falloff = falloff;
+  return l;
+}
+
+TEST(UniformBlocks, BlocksHoldTheCameraAndLightRecordsAtTheirStd140Offsets) {
+  render_properties camera;
+  for (int i = 0; i < 16; ++i) {
+    camera.view_matrix[i] = i + 1.0f;
+    camera.projection_matrix[i] = 101.0f + i;
+  }
+  camera.view_size = {1920.0f, 1080.0f};
+  const std::vector<float> matrices = floats(pack_transform_matrices(camera), 0, 34);
+  for (int i = 0; i < 16; ++i) {
+    EXPECT_TRUE(matrices[i] == i + 1.0f && matrices[16 + i] == 101.0f + i) << "element " << i;
+  }
+  EXPECT_TRUE(matrices[32] == 1920.0f && matrices[33] == 1080.0f);
+
+  light_properties spot =
+      light(kLightSpot, 7.5f, {0.5f, 0.25f, 2.0f}, {1, 2, 3, 0}, {0, 0.6f, -0.8f, 0});
+  spot.cone_feather = 0.25f;
+  const light_properties parallel =
+      light(kLightParallel, 0.0f, {0.1f, 0.2f, 0.3f}, {-4, 0, 9, 0}, {1, 0, 0, 0});
+  // The spot cone's cosine is that of half the cone angle.
+  for (const auto& [cone, cosine] : std::vector<std::pair<float, double>>{
+           {0.0f, 1.0}, {60.0f, std::sqrt(3.0) / 2}, {90.0f, std::sqrt(0.5)}, {180.0f, 0.0}}) {
+    spot.cone_angle = cone;
+    const LightsBlock block = pack_lights({spot, parallel});
+    EXPECT_NEAR(floats(block, slot(0) + 60, 1)[0], cosine, 1e-6) << cone << " degrees";
+    EXPECT_EQ(int_at(block, 0), 2);
+    EXPECT_EQ(floats(block, slot(0), 12),
+              (std::vector<float>{1, 2, 3, 0, 0, 0.6f, -0.8f, 0, 0.5f, 0.25f, 2, 1}));
+    EXPECT_TRUE(int_at(block, slot(0) + 48) == kLightSpot && int_at(block, slot(0) + 52) == 0);
+    EXPECT_EQ(floats(block, slot(0) + 56, 1)[0], 7.5f);
+    EXPECT_EQ(floats(block, slot(0) + 64, 1)[0], 0.25f);
+    EXPECT_EQ(floats(block, slot(1), 12),
+              (std::vector<float>{-4, 0, 9, 0, 1, 0, 0, 0, 0.1f, 0.2f, 0.3f, 1}));
+    EXPECT_EQ(int_at(block, slot(1) + 48), kLightParallel);
+  }
+}
+
+TEST(UniformBlocks, LightListsFillAtMostEightSlotsAndSumTheAmbientOnes) {
+  std::vector<light_properties> nine(9);
+  for (int i = 0; i < 9; ++i) {
+    nine[i] = light(kLightPoint, static_cast<float>(i));  // the falloff tells them apart
+  }
+  const light_properties dim = light(kLightAmbient, 0, {0.1f, 0.2f, 0.3f});
+  const light_properties bright = light(kLightAmbient, 0, {0.4f, 0.5f, 0.6f});
+  std::vector<light_properties> ambient_ninth(nine.begin(), nine.begin() + 8);
+  ambient_ninth.push_back(bright);
+  std::vector<light_properties> ambient_eighth(nine.begin(), nine.begin() + 7);
+  ambient_eighth.push_back(bright);
+  ambient_eighth.push_back(nine[7]);
+  const std::vector<float> both = {0.1f + 0.4f, 0.2f + 0.5f, 0.3f + 0.6f, 2}, none(4, 0.0f);
+  const std::vector<std::tuple<std::vector<light_properties>, int32_t, std::vector<float>>> cases =
+      {{{}, 0, none},
+       {{dim, bright}, 0, both},
+       {{dim, nine[0], bright}, 1, both},
+       {nine, 8, none},
+       // An ambient light after the eighth slot is left out; one before it still counts.
+       {ambient_ninth, 8, none},
+       {ambient_eighth, 8, {0.4f, 0.5f, 0.6f, 1}}};
+  for (const auto& [lights, count, ambient] : cases) {
+    SCOPED_TRACE(lights.size());
+    const LightsBlock block = pack_lights(lights);
+    EXPECT_EQ(int_at(block, 0), count);
+    EXPECT_EQ(floats(block, 16, 4), ambient);
+    for (int s = 0; s < count; ++s) {
+      EXPECT_TRUE(int_at(block, slot(s) + 48) == kLightPoint &&
+                  floats(block, slot(s) + 56, 1)[0] == s)
+          << "slot " << s;
+    }
+    for (std::size_t byte = slot(count); byte < block.size(); ++byte) {
+      ASSERT_EQ(block[byte], std::byte{0}) << "slots past numLights stay empty: byte " << byte;
+    }
+  }
+}
+
+namespace ref = shading_reference;
+
+double cos_degrees(double degrees) {
+  return std::cos(degrees * M_PI / 180.0);
+}
+
+// The CPU reference behind the GPU pixel tests, against numbers worked out by hand, so that a
+// pixel test failing later points at the GPU and not at the reference.
+TEST(ShadingReference, FormulasGiveTheirHandWorkedValues) {
+  // A spot of cone 90 (half angle 45) and feather 0.5: the ramp (45 - angle) / 45 / 0.5 reaches
+  // 1 at 22.5 degrees; at 33.75 it is 0.5, smoothstep(0.5) = 0.5, squared 0.25.
+  const double cone = ref::spot_cone_cos(90.0);
+  // N = H = V = L, roughness 1: alpha 1, D = 1 / pi, both visibility terms 1.
+  const ref::vec3 up{0.0, 0.0, 1.0};
+  const std::vector<std::pair<double, double>> values = {
+      {cone, std::sqrt(0.5)},
+      {ref::spot_factor(cos_degrees(22.5), cone, 0.5), 1.0},
+      {ref::spot_factor(cos_degrees(33.75), cone, 0.5), 0.25},
+      {ref::spot_factor(cone, cone, 0.5), 0.0},  // on the cone is outside
+      {ref::spot_factor(cos_degrees(44.9), cone, 0.0), 1.0},
+      // Fresnel of strength s and bias b at N.V: the silhouette, facing the viewer, between.
+      {ref::illumination_fresnel(0.0, 1.0, 2.0), 1.0},
+      {ref::illumination_fresnel(1.0, 1.0, 2.0), 0.0},
+      {ref::illumination_fresnel(0.5, 1.0, 2.0), 0.25},
+      {ref::illumination_fresnel(0.0, -1.0, 2.0), 0.0},
+      {ref::illumination_fresnel(1.0, -1.0, 2.0), 1.0},
+      {ref::illumination_fresnel(1.0, 0.5, 2.0), 0.5},
+      {ref::illumination_fresnel(1.0, 1.0, 0.009), 1.0},  // off below bias 0.01
+      // Edge feather 0.5 at the silhouette, at 67.5 degrees (ed 0.25), at 45 (ed 0.5); none;
+      // shrink 0.5 without feather cuts at ed 0.5, so 46 degrees is outside.
+      {ref::edge_alpha_factor(0.0, 0.5, 0.0), 0.0},
+      {ref::edge_alpha_factor(cos_degrees(67.5), 0.5, 0.0), 0.5},
+      {ref::edge_alpha_factor(cos_degrees(45.0), 0.5, 0.0), 1.0},
+      {ref::edge_alpha_factor(0.0, 0.0, 0.0), 1.0},
+      {ref::edge_alpha_factor(cos_degrees(46.0), 0.0, 0.5), 0.0},
+      {ref::box_feathering_exponent(0.0), 65.0},
+      {ref::box_feathering_exponent(1.0), 1.0},
+      {ref::shadow_light_contrast_exponent(0.5), 0.5},
+      {ref::shadow_light_contrast_exponent(2.0), std::pow(2.0, 1.5)},
+      {ref::shadow_light_contrast_exponent(3.0), 8.0},
+      // Clip 0 gives 1 - clamp(-fl), clip 1 gives 1 - clamp(-100 fl).
+      {ref::terminator_factor(0.3, 0.0), 1.0},
+      {ref::terminator_factor(-0.5, 0.0), 0.5},
+      {ref::terminator_factor(-0.005, 1.0), 0.5},
+      {ref::specular_term(up, 1.0, 1.0, up, up), 1.0 / (4.0 * 3.1415927)}};
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    EXPECT_NEAR(values[i].first, values[i].second, 1e-9) << "value " << i;
+  }
+}
+
+TEST(ShadingReference, OutputUnpremultipliesRaisesToGammaAndTruncatesAndPacksEightLights) {
+  // 8 bits: white, half-covered grey (0.25 / 0.5 = 0.5 -> 127), over-bright red saturating;
+  // 16 bits halve the truncated 0..65535; floats: gamma 0.5 takes square roots, alpha 0 keeps
+  // colour undivided, alpha above 1 is clamped before dividing.
+  const std::vector<std::tuple<ref::rgba, double, int, ref::argb>> cases = {
+      {{1, 1, 1, 1}, 1.0, 1, {255, 255, 255, 255}},
+      {{0.25, 0.25, 0.25, 0.5}, 1.0, 1, {127, 127, 127, 127}},
+      {{3.0, 0.0, 0.0, 1.0}, 1.0, 1, {255, 255, 0, 0}},
+      {{1, 1, 1, 1}, 1.0, 2, {32767, 32767, 32767, 32767}},
+      {{0.5, 0.0, 0.0, 1.0}, 1.0, 2, {32767, 16383, 0, 0}},
+      {{0.25, 0.0625, 0.01, 1.0}, 0.5, 4, {1.0, 0.5, 0.25, 0.1}},
+      {{0.25, 0.0, 0.0, 0.0}, 0.5, 4, {0.0, 0.5, 0.0, 0.0}},
+      {{1.0, 0.5, 0.0, 2.0}, 1.0, 4, {1.0, 1.0, 0.5, 0.0}}};
+  for (const auto& [premultiplied, gamma, bytes, expected] : cases) {
+    const ref::argb p = ref::output_pixel(premultiplied, gamma, bytes);
+    EXPECT_TRUE(std::abs(p.a - expected.a) < 1e-12 && std::abs(p.r - expected.r) < 1e-12 &&
+                std::abs(p.g - expected.g) < 1e-12 && std::abs(p.b - expected.b) < 1e-12)
+        << premultiplied.r << " at " << bytes << " bytes: " << p.a << " " << p.r << " " << p.g
+        << " " << p.b;
+  }
+  // Only the first eight lights take slots; an ambient light after them is ignored.
+  const light_properties ambient = light(kLightAmbient, 0, {0.25f, 0.5f, 0.125f});
+  std::vector<light_properties> lights = {ambient};
+  for (int i = 0; i < 9; ++i) {
+    lights.push_back(light(kLightParallel, 0, {static_cast<float>(i), 0.0f, 0.0f}));
+  }
+  lights.push_back(ambient);
+  const ref::packed_lights packed = ref::pack_light_list(lights);
+  ASSERT_EQ(packed.slots.size(), 8u);
+  EXPECT_EQ(packed.slots.back().color.x, 7.0f);
+  EXPECT_TRUE(packed.ambient.r == 0.25 && packed.ambient.g == 0.5 && packed.ambient.b == 0.125);
+}
+
+}  // namespace
