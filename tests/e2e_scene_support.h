@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -190,29 +191,32 @@ inline lunaform::host::EffectLayer& effect_of(lunaform::host::Composition& comp)
 // The RecordingPlugin set up in a host: global, parameter and sequence setup done.
 class SceneHost {
  public:
-  explicit SceneHost(lunaform::host::Composition comp = sphere_composition())
-      : host(&e2e_plugin::entry_for<RecordingPlugin>) {
-    {
-      e2e_plugin::StderrCapture banner;
-      EXPECT_EQ(host.global_setup(), PF_Err_NONE);
-    }
-    EXPECT_EQ(host.params_setup(), PF_Err_NONE);
+  SceneHost() : host(&e2e_plugin::entry_for<RecordingPlugin>) {
+    e2e_plugin::set_up_instance(host);
+    host.set_composition(sphere_composition());
+  }
+
+  // Starts over with `comp`: default settings, no checkout failures, and a new instance whose
+  // slots hold no textures.
+  void reset(lunaform::host::Composition comp = sphere_composition()) {
+    host.settings() = {};
+    host.checkout_failures() = {};
+    EXPECT_EQ(host.sequence_setdown(), PF_Err_NONE);
     EXPECT_EQ(host.sequence_setup(), PF_Err_NONE);
     host.set_composition(std::move(comp));
   }
 
-  RecordingPlugin& plugin() {
-    AePlugin* object = nullptr;
-    std::memcpy(&object, host.handles().bytes(host.global_data()).data(), sizeof object);
-    return dynamic_cast<RecordingPlugin&>(*object);
-  }
+  RecordingPlugin& plugin() { return e2e_plugin::plugin_in<RecordingPlugin>(host); }
 
   // Pre-renders and renders one frame; returns its operations (none when the render failed).
+  // Every suite and parameter the frame took is given back.
   std::vector<Operation> render() {
     const std::size_t before = plugin().frames.size();
     EXPECT_EQ(host.smart_pre_render(), PF_Err_NONE);
     EXPECT_EQ(host.smart_render(), PF_Err_NONE);
     EXPECT_TRUE(host.problems().empty()) << host.problems().front();
+    EXPECT_TRUE(host.suites().unreleased().empty());
+    EXPECT_EQ(host.outstanding_param_checkouts(), 0);
     if (plugin().frames.size() == before) {
       return {};
     }
@@ -220,6 +224,23 @@ class SceneHost {
   }
 
   lunaform::host::EffectHost host;
+};
+
+// One SceneHost for all the tests of a suite (setting one up starts a render thread), started
+// over before each test.
+class SharedSceneHost : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { scene_ = std::make_unique<SceneHost>(); }
+  static void TearDownTestSuite() { scene_.reset(); }
+  void SetUp() override { scene_->reset(); }
+
+  // Renders one frame of `comp` at the default settings.
+  static std::vector<Operation> render(lunaform::host::Composition comp) {
+    scene_->host.set_composition(std::move(comp));
+    return scene_->render();
+  }
+
+  static inline std::unique_ptr<SceneHost> scene_;
 };
 
 // The operations of `kind` in `operations`, in order.
