@@ -15,6 +15,7 @@
 
 #include "host/host_error.h"
 #include "host/image_file_type.h"
+#include "host/interruption.h"
 #include "host/message_line.h"
 
 namespace lunaform::host {
@@ -41,6 +42,7 @@ class TemporaryFile {
       if (descriptor >= 0) {
         close(descriptor);
         path_ = candidate;
+        note_partial_file(path_);
         return;
       }
       if (errno != EEXIST) {
@@ -51,6 +53,7 @@ class TemporaryFile {
     fail(target, "no free temporary file name in '" + folder_of(target).string() + "'");
   }
   ~TemporaryFile() {
+    forget_partial_file();
     if (!path_.empty()) {
       std::error_code ignored;
       std::filesystem::remove(path_, ignored);
@@ -67,6 +70,7 @@ class TemporaryFile {
     if (error) {
       fail(target, error.message());
     }
+    forget_partial_file();
     path_.clear();
   }
 

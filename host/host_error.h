@@ -11,4 +11,11 @@ class HostError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// A HostError in what the user gave (a command line, a scene file, a scene value the module's
+// parameters refuse): running the same request again cannot mend it.
+class InputError : public HostError {
+ public:
+  using HostError::HostError;
+};
+
 }  // namespace lunaform::host

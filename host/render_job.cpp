@@ -31,6 +31,16 @@ LayerSize effect_layer_size(const Composition& comp) {
 }  // namespace
 
 RenderJob RenderJob::plan(const RenderOptions& options) {
+  try {
+    return plan_checked(options);
+  } catch (const InputError&) {
+    throw;
+  } catch (const HostError& problem) {
+    throw InputError(problem.what());
+  }
+}
+
+RenderJob RenderJob::plan_checked(const RenderOptions& options) {
   RenderJob job;
   // Frame 0 alone unless a range is given.
   const FrameRange frames = options.frames ? parse_frame_range(*options.frames) : FrameRange{};
@@ -61,6 +71,8 @@ RenderJob RenderJob::plan(const RenderOptions& options) {
   const TimeBase base = time_base(comp);
   job.frames_ = frames;
   check_frame_range(job.frames_, frame_count(base.total_time, base.time_step));
+  job.frames_to_render_ =
+      chunk_frames(frames, options.chunk ? parse_frame_chunk(*options.chunk) : FrameChunk{});
   if (job.region_) {
     const PF_RationalScale scale{1, static_cast<A_u_long>(job.downsample_)};
     check_region(*job.region_, downsampled(effect_layer_size(comp), scale, scale));
@@ -77,7 +89,15 @@ void RenderJob::prepare(EffectHost& host, const std::filesystem::path& module) c
   require_success(host.global_setup(), module_command("global setup", module));
   require_success(host.params_setup(), module_command("parameter setup", module));
   require_success(host.sequence_setup(), module_command("sequence setup", module));
-  host.set_composition(scene_ ? scene_->composition_for(host.params()) : default_composition());
+  Composition composition = default_composition();
+  if (scene_) {
+    try {
+      composition = scene_->composition_for(host.params());
+    } catch (const HostError& refused) {
+      throw InputError(refused.what());
+    }
+  }
+  host.set_composition(std::move(composition));
   HostSettings& settings = host.settings();
   settings.bits_per_channel = bits_per_channel_;
   settings.downsample_x = {1, static_cast<A_u_long>(downsample_)};

@@ -17,7 +17,8 @@ namespace lunaform::host {
 struct RenderOptions {
   std::optional<std::filesystem::path> scene;   // none: default_composition()
   std::optional<std::filesystem::path> output;  // none: a name in the current folder
-  std::optional<std::string> frames;            // "A-B" or "A"; none: frame 0
+  std::optional<std::string> frames;            // "A-B:S", "A-B" or "A"; none: frame 0
+  std::optional<std::string> chunk;             // "I/N": render part I of N of the frames
   std::optional<int> bits_per_channel;          // none: from the output's extension
   int downsample = 1;                           // render at 1 / downsample of the size
   std::optional<std::string> region;            // "X,Y,W,H" of the downsampled layer
@@ -28,17 +29,20 @@ struct RenderOptions {
 class RenderJob {
  public:
   // Checks the options, reads the scene file (SceneFile::load) and checks the frames and the
-  // region against its composition (or the default composition). Without an output the file
+  // region against its composition (or the default composition). With a chunk, the job renders
+  // only that part of the frames (chunk_frames). Without an output the file
   // goes to the current folder, named after the scene file (or "lunaform"), with ".####"
   // before the extension when several frames are asked, ".png" unless 32 bits are asked
   // (".exr"). Returns the job (a plain value). Throws HostError with one line: a bad --frames
   // or --region text, a downsample below 1, an output type that cannot hold the bit depth, an
   // output that needs a frame-number placeholder (several frames) and has none, a scene that
   // cannot be read, frames outside the composition, a region outside the downsampled layer,
-  // an output folder that cannot be written.
+  // an output folder that cannot be written. All of these are InputErrors.
   static RenderJob plan(const RenderOptions& options);
 
+  // The frames asked for, and those of them this job renders (all, or its chunk's), in order.
   const FrameRange& frames() const { return frames_; }
+  const std::vector<int>& frames_to_render() const { return frames_to_render_; }
   int bits_per_channel() const { return bits_per_channel_; }
   // The file frame `frame` goes to (the output with its placeholder filled in).
   std::filesystem::path output_file(int frame) const;
@@ -49,14 +53,18 @@ class RenderJob {
   // composition (the scene's values converted by the parameters the module registered) and
   // sets bits per channel, downsample and output rectangle. `module` names the module in
   // messages. Throws HostError with one line for an error code a command returns ("global
-  // setup of 'M' failed with error 512") or a scene value the module's parameters refuse.
+  // setup of 'M' failed with error 512"), InputError for a scene value the module's parameters
+  // refuse.
   // Afterwards render_frame() renders the job's frames.
   void prepare(EffectHost& host, const std::filesystem::path& module) const;
 
  private:
+  static RenderJob plan_checked(const RenderOptions& options);
+
   std::optional<SceneFile> scene_;
   std::filesystem::path output_;
   FrameRange frames_;
+  std::vector<int> frames_to_render_;
   int bits_per_channel_ = 8;
   int downsample_ = 1;
   std::optional<PF_LRect> region_;

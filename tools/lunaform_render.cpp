@@ -6,6 +6,7 @@
 #include <unistd.h>
 #include <CLI/CLI.hpp>
 
+#include <chrono>
 #include <exception>
 #include <filesystem>
 #include <iostream>
@@ -13,14 +14,17 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "host/command_result.h"
 #include "host/controls_panel.h"
 #include "host/controls_window.h"
 #include "host/effect_host.h"
+#include "host/frame_report.h"
 #include "host/frame_writer.h"
 #include "host/host_error.h"
 #include "host/image_file_type.h"
+#include "host/interruption.h"
 #include "host/main_window.h"
 #include "host/module.h"
 #include "host/module_report.h"
@@ -184,23 +188,65 @@ void write_controls(const std::filesystem::path& out, const std::optional<std::s
   std::cout << "wrote " << out.string() << "\n";
 }
 
+// How the command ends, for a batch scheduler to tell what happened.
+constexpr int kRenderFailed = 1;  // the module, the GPU, the disk: another run may succeed
+constexpr int kBadInput = 2;      // the command line or the scene: running again will not help
+constexpr int kInterrupted = 3;   // SIGTERM or SIGINT: frames written so far stay
+
+// What a render reports besides its frames.
+struct RenderReporting {
+  bool skip_existing = false;  // frames whose file is already there are not rendered again
+  bool json_progress = false;  // one JSON line per frame on standard output, for programs
+};
+
 // Renders the job's frames one after the other, each written as soon as it is done. What the
 // module writes to standard error meanwhile is kept on lines of its own.
-void render(const lunaform::host::RenderOptions& options, const std::filesystem::path& file) {
+void render(const lunaform::host::RenderOptions& options, const std::filesystem::path& file,
+            const RenderReporting& reporting) {
   const lunaform::host::RenderJob job = lunaform::host::RenderJob::plan(options);
   for (const std::string& warning : job.warnings()) {
     std::cerr << kProgram << ": warning: " << warning << "\n";
   }
+  lunaform::host::FrameReport report(std::cout);
+  if (reporting.json_progress) {
+    report.plan(job.frames_to_render());
+  }
+  // A frame counts as written only once its file is there, whole: frames are written to a
+  // temporary name and renamed when complete.
+  std::vector<int> pending;
+  for (const int frame : job.frames_to_render()) {
+    if (reporting.skip_existing && std::filesystem::exists(job.output_file(frame))) {
+      if (reporting.json_progress) {
+        report.frame(frame, job.output_file(frame), "skipped", 0.0);
+      }
+    } else {
+      pending.push_back(frame);
+    }
+  }
+  const auto skipped = job.frames_to_render().size() - pending.size();
+  if (pending.empty()) {
+    if (!reporting.json_progress) {
+      std::cout << (job.frames_to_render().empty()
+                        ? std::string("this part of the frames holds no frame: nothing to render")
+                        : "all " + std::to_string(skipped) + " frames are already there")
+                << "\n";
+    }
+    return;
+  }
+
   const Module module = Module::load(file);
   EffectHost host(module.entry_point());
   {
     const StderrLineGuard module_text;
     job.prepare(host, file);
   }
-  const lunaform::host::FrameRange frames = job.frames();
+  // The compiler inside PoCL may have put in signal handlers of its own while the module set up.
+  lunaform::host::end_on_interruption(kProgram, kInterrupted);
   {
-    lunaform::host::RenderProgress progress(std::cerr, frames.size(), isatty(STDERR_FILENO) == 1);
-    for (int frame = frames.first; frame <= frames.last; ++frame) {
+    lunaform::host::RenderProgress progress(std::cerr, static_cast<int>(pending.size()),
+                                            isatty(STDERR_FILENO) == 1 && !reporting.json_progress);
+    for (const int frame : pending) {
+      const auto started = std::chrono::steady_clock::now();
       progress.next_frame(job.output_file(frame));
       std::unique_ptr<lunaform::host::PixelWorld> world;
       {
@@ -212,14 +258,23 @@ void render(const lunaform::host::RenderOptions& options, const std::filesystem:
         std::cerr << kProgram << ": warning: " << warning << "\n";
       }
       lunaform::host::write_frame(*world, job.output_file(frame));
+      if (reporting.json_progress) {
+        const std::chrono::duration<double> took = std::chrono::steady_clock::now() - started;
+        report.frame(frame, job.output_file(frame), "written", took.count());
+      }
     }
   }
   print_warnings(host);
-  if (frames.size() == 1) {
-    std::cout << "wrote " << job.output_file(frames.first).string() << "\n";
+  if (reporting.json_progress) {
+    return;
+  }
+  const std::string already = skipped > 0 ? " (" + std::to_string(skipped) + " already there)" : "";
+  if (pending.size() == 1) {
+    std::cout << "wrote " << job.output_file(pending.front()).string() << already << "\n";
   } else {
-    std::cout << "wrote " << frames.size() << " frames: " << job.output_file(frames.first).string()
-              << " to " << job.output_file(frames.last).string() << "\n";
+    std::cout << "wrote " << pending.size() << " frames" << already << ": "
+              << job.output_file(pending.front()).string() << " to "
+              << job.output_file(pending.back()).string() << "\n";
   }
 }
 
@@ -243,7 +298,27 @@ int main(int argc, char** argv) {
       "'lunaform', in the current folder");
   std::string frames;
   CLI::Option* frames_option = app.add_option(
-      "--frames", frames, "Composition frames FIRST-LAST, both included, or one frame (default 0)");
+      "--frames", frames,
+      "Composition frames FIRST-LAST, both included, every STEP-th with FIRST-LAST:STEP, or one "
+      "frame (default 0)");
+  std::string chunk;
+  CLI::Option* chunk_option =
+      app.add_option(
+             "--chunk", chunk,
+             "Render only part I of N nearly equal parts of the frames, I counted from 0: how the "
+             "tasks "
+             "of a render farm's array job share a sequence (--chunk $SLURM_ARRAY_TASK_ID/N)")
+          ->type_name("I/N");
+  RenderReporting reporting;
+  CLI::Option* skip_option = app.add_flag(
+      "--skip-existing", reporting.skip_existing,
+      "Leave out frames whose file is already there (a file is only ever there whole), so that "
+      "a render run again finishes what an interrupted one left");
+  CLI::Option* json_option = app.add_flag(
+      "--json-progress", reporting.json_progress,
+      "Report on standard output, for programs: first {\"frames\": [...]}, then one line per "
+      "frame {\"frame\": N, \"file\": ..., \"status\": \"written\" or \"skipped\", "
+      "\"seconds\": T}");
   int bits = 0;
   CLI::Option* bits_option =
       app.add_option("--bpc", bits,
@@ -294,8 +369,9 @@ int main(int argc, char** argv) {
                  "The module to render, check, ask or show (default: " LUNAFORM_DEFAULT_MODULE
                  " beside this program)")
       ->type_name("MODULE");
-  for (CLI::Option* render_only : {scene_option, output_option, frames_option, bits_option,
-                                   downsample_option, region_option}) {
+  for (CLI::Option* render_only :
+       {scene_option, output_option, frames_option, bits_option, downsample_option, region_option,
+        chunk_option, skip_option, json_option}) {
     for (CLI::Option* other_task : {info_option, check_option, about_option, controls_option}) {
       other_task->excludes(render_only);
     }
@@ -309,7 +385,7 @@ int main(int argc, char** argv) {
     return app.exit(help);
   } catch (const CLI::ParseError& error) {
     std::cerr << kProgram << ": " << error.what() << "\n";
-    return 2;
+    return kBadInput;
   }
 
   try {
@@ -339,19 +415,26 @@ int main(int argc, char** argv) {
       if (frames_option->count() > 0) {
         options.frames = frames;
       }
+      if (chunk_option->count() > 0) {
+        options.chunk = chunk;
+      }
       if (bits_option->count() > 0) {
         options.bits_per_channel = bits;
       }
       if (region_option->count() > 0) {
         options.region = region;
       }
-      render(options, module_file);
+      lunaform::host::end_on_interruption(kProgram, kInterrupted);
+      render(options, module_file, reporting);
     }
+  } catch (const lunaform::host::InputError& error) {
+    std::cerr << kProgram << ": " << error.what() << "\n";
+    return kBadInput;
   } catch (const std::exception& error) {
     // HostError carries one line meant for the user; anything else (memory, the file system)
     // is reported the same way rather than ending the process abruptly.
     std::cerr << kProgram << ": " << error.what() << "\n";
-    return 1;
+    return kRenderFailed;
   }
   return 0;
 }
