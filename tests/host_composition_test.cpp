@@ -2,40 +2,39 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstddef>
+#include <cstring>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "AE_EffectSuites.h"
+#include "AE_GeneralPlug.h"
 #include "host/camera_math.h"
 #include "host/composition.h"
+#include "host/effect_host.h"
 #include "host/host_error.h"
 #include "tests/host_suite_support.h"
 
+// The composition model (keyframes, times, checks, layer axes) and the composition as a module
+// sees it: parameter values checked out at a time, and the AEGP and PF suites that report
+// layers, lights, the camera and state stamps.
 namespace {
 
+namespace lh = lunaform::host;
+using host_test::AcquiredSuite;
+using host_test::in_render;
 using host_test::nums;
-using lunaform::host::Animated;
-using lunaform::host::camera_view;
-using lunaform::host::CameraLayer;
-using lunaform::host::Color;
-using lunaform::host::Composition;
-using lunaform::host::default_composition;
-using lunaform::host::EffectLayer;
-using lunaform::host::FootageLayer;
-using lunaform::host::HostError;
-using lunaform::host::Image;
-using lunaform::host::Layer;
-using lunaform::host::LayerRef;
-using lunaform::host::LightLayer;
-using lunaform::host::project_to_layer_pixels;
-using lunaform::host::Projection;
-using lunaform::host::SolidLayer;
-using lunaform::host::Transform;
-using lunaform::host::Vec3;
+using host_test::param_def;
+using lh::Animated;
+using lh::Layer;
+using lh::LayerRef;
+using lh::Vec3;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsEmpty;
 
 const double kHalf = std::sqrt(0.5);
 
@@ -56,91 +55,85 @@ TEST(Animated, InterpolatesLinearlyBetweenKeysAndHoldsTheEndValuesOutside) {
   }
   EXPECT_THAT(at, ElementsAre(10, 10, 15, 20, 30, 15, 7.5, 0, 0));
   value.set_key(2.0, 50.0);  // a key at an existing time replaces it
-  EXPECT_EQ(value.keys().size(), 3u);
   EXPECT_DOUBLE_EQ(value.at(1.5), 30.0);
-  value.set_constant(-1.0);
-  EXPECT_EQ(value.at(2.0), -1.0);
 
   // Points and colours per component.
   Animated<Vec3> point;
   point.set_key(0, Vec3{0, 100, -50});
   point.set_key(2, Vec3{10, 0, 50});
   EXPECT_EQ(point.at(0.5), (Vec3{2.5, 75, -25}));
-  Animated<Color> color;
-  color.set_key(10, Color{1, 0, 0, 1});
-  color.set_key(11, Color{0, 0, 1, 0});
-  EXPECT_EQ(color.at(10.25), (Color{0.75, 0, 0.25, 0.75}));
+  Animated<lh::Color> color;
+  color.set_key(10, lh::Color{1, 0, 0, 1});
+  color.set_key(11, lh::Color{0, 0, 1, 0});
+  EXPECT_EQ(color.at(10.25), (lh::Color{0.75, 0, 0.25, 0.75}));
 }
 
 TEST(Composition, TimesCountOneHundredTwentyUnitsPerFrameAndLayersRunToTheEnd) {
-  Composition comp = default_composition();  // 10 s
-  Layer light{.name = "Light", .in_point = 2.5, .content = LightLayer{}};
-  EXPECT_DOUBLE_EQ(lunaform::host::layer_duration(comp, light), 7.5);
+  lh::Composition comp = lh::default_composition();  // 10 s
+  Layer light{.name = "Light", .in_point = 2.5, .content = lh::LightLayer{}};
+  EXPECT_DOUBLE_EQ(lh::layer_duration(comp, light), 7.5);
   light.duration = 1.25;
-  EXPECT_DOUBLE_EQ(lunaform::host::layer_duration(comp, light), 1.25);
+  EXPECT_DOUBLE_EQ(lh::layer_duration(comp, light), 1.25);
   comp.frame_rate = {30000, 1001};
   comp.duration = 2;
-  const auto base = lunaform::host::time_base(comp);
+  const auto base = lh::time_base(comp);
   EXPECT_THAT(nums(base.time_scale, base.time_step, base.total_time),
               ElementsAre(3600000, 120120, 7200000));
 }
 
 TEST(CheckComposition, RefusesWhatTheHostCannotServeWithOneLineNamingTheProblem) {
-  auto image = std::make_shared<Image>();
+  auto image = std::make_shared<lh::Image>();
   image->width = 2;
   image->height = 2;
   image->rgba.assign(15, 0.0f);
-  const auto add = [](Composition& c, std::string name, lunaform::host::LayerContent content) {
+  const auto add = [](lh::Composition& c, std::string name, lh::LayerContent content) {
     c.layers.push_back(Layer{.name = std::move(name), .content = std::move(content)});
   };
-  const SolidLayer solid{.width = 4, .height = 4};
-  const SolidLayer negative{.width = -1, .height = 4};
-  const FootageLayer footage{"photo.png", image};
-  const auto map = [](Composition& c, std::string layer) {
-    std::get<EffectLayer>(c.layers[0].content).params["Diffuse Layer"] = LayerRef{layer};
+  const lh::SolidLayer solid{.width = 4, .height = 4};
+  const lh::SolidLayer negative{.width = -1, .height = 4};
+  const lh::FootageLayer footage{"photo.png", image};
+  const auto map = [](lh::Composition& c, std::string layer) {
+    std::get<lh::EffectLayer>(c.layers[0].content).params["Diffuse Layer"] = LayerRef{layer};
   };
-  const std::vector<std::pair<std::function<void(Composition&)>, std::string>> cases = {
-      {[](Composition& c) { c.width = 0; }, "composition size 0 x 1080"},
-      {[](Composition& c) { c.height = -5; }, "composition size 1920 x -5"},
-      {[](Composition& c) { c.pixel_aspect.num = 0; }, "pixel aspect 0/1"},
-      {[](Composition& c) { c.frame_rate.den = 0; }, "frame rate 30/0"},
-      {[](Composition& c) { c.duration = -1; }, "duration"},
-      {[](Composition& c) { c.duration = std::nan(""); }, "duration"},
-      {[](Composition& c) { c.shutter_angle = 721; }, "shutter angle"},
-      {[](Composition& c) { c.layers.clear(); }, "no layer carrying"},
-      {[&](Composition& c) { add(c, "Second", EffectLayer{}); }, "more than one layer carrying"},
-      {[&](Composition& c) { add(c, "A", CameraLayer{}), add(c, "B", CameraLayer{}); },
+  const std::vector<std::pair<std::function<void(lh::Composition&)>, std::string>> cases = {
+      {[](lh::Composition& c) { c.width = 0; }, "composition size 0 x 1080"},
+      {[](lh::Composition& c) { c.height = -5; }, "composition size 1920 x -5"},
+      {[](lh::Composition& c) { c.pixel_aspect.num = 0; }, "pixel aspect 0/1"},
+      {[](lh::Composition& c) { c.frame_rate.den = 0; }, "frame rate 30/0"},
+      {[](lh::Composition& c) { c.duration = -1; }, "duration"},
+      {[](lh::Composition& c) { c.duration = std::nan(""); }, "duration"},
+      {[](lh::Composition& c) { c.shutter_angle = 721; }, "shutter angle"},
+      {[](lh::Composition& c) { c.layers.clear(); }, "no layer carrying"},
+      {[&](lh::Composition& c) { add(c, "Second", lh::EffectLayer{}); },
+       "more than one layer carrying"},
+      {[&](lh::Composition& c) { add(c, "A", lh::CameraLayer{}), add(c, "B", lh::CameraLayer{}); },
        "more than one camera"},
-      {[&](Composition& c) { add(c, "Lunaform", solid); }, "two layers are named 'Lunaform'"},
-      {[&](Composition& c) { add(c, "", LightLayer{}); }, "no name"},
-      {[&](Composition& c) { add(c, "Red", negative); }, "layer 'Red': width -1"},
-      {[&](Composition& c) { add(c, "Photo", footage); },
+      {[&](lh::Composition& c) { add(c, "Lunaform", solid); }, "two layers are named 'Lunaform'"},
+      {[&](lh::Composition& c) { add(c, "", lh::LightLayer{}); }, "no name"},
+      {[&](lh::Composition& c) { add(c, "Red", negative); }, "layer 'Red': width -1"},
+      {[&](lh::Composition& c) { add(c, "Photo", footage); },
        "layer 'Photo': image of 2 x 2 holds 15 floats"},
-      {[&](Composition& c) { add(c, "Key", LightLayer{}), c.layers.back().duration = -2; },
+      {[&](lh::Composition& c) { add(c, "Key", lh::LightLayer{}), c.layers.back().duration = -2; },
        "layer 'Key': negative duration"},
-      {[&](Composition& c) { map(c, "Moon"); },
+      {[&](lh::Composition& c) { map(c, "Moon"); },
        "parameter 'Diffuse Layer' names layer 'Moon', which the composition does not have"},
-      {[&](Composition& c) { add(c, "Key", LightLayer{}), map(c, "Key"); },
+      {[&](lh::Composition& c) { add(c, "Key", lh::LightLayer{}), map(c, "Key"); },
        "names layer 'Key', which has no pixels"},
   };
   for (const auto& [spoil, message] : cases) {
-    Composition comp = default_composition();
+    lh::Composition comp = lh::default_composition();
     spoil(comp);
-    EXPECT_THAT([&] { lunaform::host::check_composition(comp); },
-                testing::ThrowsMessage<HostError>(
+    EXPECT_THAT([&] { lh::check_composition(comp); },
+                testing::ThrowsMessage<lh::HostError>(
                     testing::AllOf(HasSubstr(message), testing::Not(HasSubstr("\n")))));
   }
   // Maps may name footage and solids, or nothing.
-  Composition comp = default_composition();
+  lh::Composition comp = lh::default_composition();
   image->rgba.assign(16, 0.5f);
   add(comp, "Photo", footage);
-  add(comp, "Grey", solid);
-  auto& params = std::get<EffectLayer>(comp.layers[0].content).params;
-  params["Diffuse Layer"] = LayerRef{"Photo"};
-  params["Bump Map Layer"] = LayerRef{"Grey"};
-  params["Environment Layer"] = LayerRef{};
-  EXPECT_NO_THROW(lunaform::host::check_composition(comp));
-  EXPECT_EQ(lunaform::host::find_layer(comp, "grey"), nullptr) << "names match exactly";
+  map(comp, "Photo");
+  std::get<lh::EffectLayer>(comp.layers[0].content).params["Bump Map Layer"] = LayerRef{};
+  EXPECT_NO_THROW(lh::check_composition(comp));
 }
 
 TEST(LayerAxes, FollowThePointOfInterestAndTheAnglesAsWorkedOutByHand) {
@@ -166,103 +159,213 @@ TEST(LayerAxes, FollowThePointOfInterestAndTheAnglesAsWorkedOutByHand) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
-    Transform transform{
+    lh::Transform transform{
         .position = c.position, .orientation = c.orientation, .rotation = c.rotation};
     if (c.point_of_interest) {
       transform.point_of_interest = Animated<Vec3>(*c.point_of_interest);
     }
-    EXPECT_THAT(lunaform::host::layer_axes(transform, 0),
-                ElementsAre(Near(c.x), Near(c.y), Near(c.z)));
+    EXPECT_THAT(lh::layer_axes(transform, 0), ElementsAre(Near(c.x), Near(c.y), Near(c.z)));
   }
 }
 
-TEST(LayerToWorld, HasTheAxesInRowsAndTheOriginAtPositionLessAnchorForSolids) {
-  // Lights have no anchor; a keyframed position is followed at sub-frame times.
-  Layer light{.name = "Moving", .content = LightLayer{}};
-  Animated<Vec3> position;
-  position.set_key(0, Vec3{0, 0, 0});
-  position.set_key(1, Vec3{300, -60, 30});
-  light.transform.position = position;
-  light.transform.anchor = Vec3{40, 40, 0};
-  const auto m = lunaform::host::layer_to_world(light, 1.0 / 30 / 12);  // 1/12 of a frame
-  const double expected[4][4] = {
-      {1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {300.0 / 360, -60.0 / 360, 30.0 / 360, 1}};
-  for (int i = 0; i < 16; ++i) {
-    EXPECT_NEAR(m[i / 4][i % 4], expected[i / 4][i % 4], 1e-9) << i / 4 << "," << i % 4;
+enum Index : PF_ParamIndex { kRadius = 1, kPosition, kColor, kAngle, kPopup, kCheckbox, kMap };
+enum MoreIndex : PF_ParamIndex { kOtherMap = 8, kDefaultPosition };
+
+std::vector<PF_ParamDef> effect_params() {
+  std::vector<PF_ParamDef> defs;
+  const PF_ParamType types[] = {PF_Param_FLOAT_SLIDER, PF_Param_POINT_3D, PF_Param_COLOR,
+                                PF_Param_ANGLE,        PF_Param_POPUP,    PF_Param_CHECKBOX,
+                                PF_Param_LAYER,        PF_Param_LAYER,    PF_Param_POINT_3D};
+  const char* names[] = {"Radius",        "Position",    "Color",
+                         "Rotation X",    "Motion Blur", "Unlit Only",
+                         "Diffuse Layer", "Gloss Layer", "Default Position"};
+  for (A_long i = 0; i < 9; ++i) {
+    defs.push_back(param_def(types[i], i + 1, names[i]));
   }
-  Layer solid{.name = "Card", .content = SolidLayer{{}, 100, 50}};
-  solid.transform.position = Vec3{100, 200, 0};
-  solid.transform.anchor = Vec3{50, 25, 0};
-  const auto s = lunaform::host::layer_to_world(solid, 0);
-  EXPECT_THAT(nums(s[3][0], s[3][1], s[3][2]), ElementsAre(50, 175, 0));
+  for (PF_ParamDef* def : {&defs[kPosition - 1], &defs[kDefaultPosition - 1]}) {
+    def->u.point3d_d.x_value = def->u.point3d_d.x_dephault = 50;
+    def->u.point3d_d.y_value = def->u.point3d_d.y_dephault = 25;
+    def->u.point3d_d.z_value = def->u.point3d_d.z_dephault = 40;
+  }
+  defs[kPopup - 1].u.pd.num_choices = 3;
+  defs[kPopup - 1].u.pd.u.namesptr = "Comp Settings|On|Off";
+  return defs;
 }
 
-// The default composition with a camera layer first.
-Composition with_camera(const Vec3& position, std::optional<Vec3> point_of_interest, double zoom,
-                        Projection projection = Projection::perspective) {
-  Composition comp = default_composition();
-  Layer camera{.name = "Camera", .content = CameraLayer{zoom, projection}};
-  camera.transform.position = position;
-  if (point_of_interest) {
-    camera.transform.point_of_interest = Animated<Vec3>(*point_of_interest);
-  }
-  comp.layers.insert(comp.layers.begin(), camera);
+// The effect layer and its values, with a 101 x 51 solid "Grey" for its map.
+lh::Composition scene() {
+  lh::Composition comp = lh::default_composition();
+  comp.layers.push_back(
+      Layer{.name = "Grey", .content = lh::SolidLayer{{0.5, 0.25, 1, 1}, 101, 51}});
+  auto& params = std::get<lh::EffectLayer>(comp.layers[0].content).params;
+  Animated<double> radius;
+  radius.set_key(1, 100.0);
+  radius.set_key(2, 200.0);
+  params = {{"Radius", radius},
+            {"Position", Animated<Vec3>(Vec3{400, 300, -20})},
+            {"Color", Animated<lh::Color>(lh::Color{1, 0.5, 0, 0.25})},
+            {"Rotation X", Animated<double>(90.5)},
+            {"Motion Blur", Animated<double>(2.0)},
+            {"Unlit Only", Animated<double>(1.0)},
+            {"Diffuse Layer", LayerRef{"Grey"}}};
   return comp;
 }
 
-TEST(CameraView, IsTheHostsDefaultWithoutAnActiveCameraLayer) {
-  Composition comp = default_composition();
-  const auto view = camera_view(comp, 0);
-  EXPECT_TRUE(view.is_default);
-  EXPECT_NEAR(view.zoom, 1920 * 50.0 / 36.0, 0.5);  // a 50 mm lens, to a fraction of a pixel
-  EXPECT_THAT(view.position, Near(Vec3{960, 540, -view.zoom}));
-  EXPECT_THAT(view.axes[2], Near(Vec3{0, 0, 1}));
+class HostSuites : public testing::Test {
+ protected:
+  void SetUp() override {
+    host_.set_composition(scene());
+    ASSERT_EQ(host_.params_setup(), PF_Err_NONE);
+  }
 
-  comp = with_camera({0, 0, -100}, std::nullopt, 500);
-  comp.layers[0].in_point = 1;
-  comp.layers[0].duration = 2;
-  EXPECT_TRUE(camera_view(comp, 0.99).is_default) << "before its in point";
-  EXPECT_FALSE(camera_view(comp, 1.0).is_default) << "at its in point";
-  EXPECT_TRUE(camera_view(comp, 3.0).is_default) << "at in point + duration";
-  comp.layers[0].video_on = false;
-  EXPECT_TRUE(camera_view(comp, 1.5).is_default) << "switched off";
+  std::map<std::string, lh::ParamValue>& params() {
+    return std::get<lh::EffectLayer>(host_.composition().layers[0].content).params;
+  }
+
+  // Checks parameter `index` out at `time` (in-data units) inside a render command.
+  PF_ParamDef checkout(PF_ParamIndex index, A_long time = 0) {
+    PF_ParamDef def{};
+    in_render(host_, [&](PF_InData& in) {
+      EXPECT_EQ(
+          in.inter.checkout_param(in.effect_ref, index, time, in.time_step, in.time_scale, &def),
+          PF_Err_NONE);
+      EXPECT_EQ(in.inter.checkin_param(in.effect_ref, &def), PF_Err_NONE);
+    });
+    return def;
+  }
+
+  host_test::ParamsModule module_{effect_params()};
+  lh::EffectHost host_{host_test::ParamsModule::entry};
+};
+
+TEST_F(HostSuites, ParametersCheckOutAsTheCompositionSaysAtTheAskedTime) {
+  // 30 fps: 3600 units per second. Radius runs from 100 at 1 s to 200 at 2 s.
+  EXPECT_DOUBLE_EQ(checkout(kRadius, 0).u.fs_d.value, 100.0);
+  EXPECT_DOUBLE_EQ(checkout(kRadius, 4500).u.fs_d.value, 125.0);
+  EXPECT_DOUBLE_EQ(checkout(kRadius, 4500 + 1).u.fs_d.value, 125.0 + 100.0 / 3600);
+  EXPECT_DOUBLE_EQ(checkout(kRadius, 9000).u.fs_d.value, 200.0);
+  const PF_Pixel color = checkout(kColor).u.cd.value;
+  // round(0.25 × 255), 255, round(127.5), 0
+  EXPECT_THAT(nums(color.alpha, color.red, color.green, color.blue), ElementsAre(64, 255, 128, 0));
+  EXPECT_EQ(checkout(kAngle).u.ad.value, 5931008);  // 90.5 × 65536
+  EXPECT_EQ(checkout(kPopup).u.pd.value, 2);
+  EXPECT_EQ(checkout(kCheckbox).u.bd.value, 1);
+  // A command's parameter array holds the values at its time.
+  host_.settings().current_time = 5400;  // 1.5 s
+  host_.run_inside_command(PF_Cmd_SMART_RENDER, [&](PF_InData&, PF_OutData&, PF_ParamList list) {
+    EXPECT_DOUBLE_EQ(list[kRadius]->u.fs_d.value, 150.0);
+  });
+  EXPECT_THAT(host_.problems(), IsEmpty());
+  EXPECT_EQ(host_.outstanding_param_checkouts(), 0);
 }
 
-TEST(ProjectToLayerPixels, PutsPointsWhereAPinholeCameraSeesThem) {
-  const auto seen = [](const Composition& comp, const Vec3& world, double down = 1) {
-    const auto p = project_to_layer_pixels(comp, world, 0, down, down);
-    return p ? nums(p->x, p->y, p->depth) : std::vector<double>{};
+TEST_F(HostSuites, PointsAndLayersArriveInDownsampledLayerPixels) {
+  struct Case {
+    PF_RationalScale x, y;
+    Vec3 position;          // "Position": set in pixels
+    Vec3 default_position;  // "Default Position": 50 %, 25 % of 1920 x 1080, z 40
   };
-  const auto near = [](double value) { return testing::DoubleNear(value, 1e-9); };
-  // The default camera: the composition's plane z = 0 is its image plane, shown 1:1; twice as
-  // far from the camera, a point is half as far from the centre.
-  const Composition plain = default_composition();
-  const double zoom = camera_view(plain, 0).zoom;
-  EXPECT_THAT(seen(plain, {1060, 490, 0}), ElementsAre(near(1060), near(490), testing::_));
-  EXPECT_THAT(seen(plain, {1060, 490, zoom}, 2),
-              ElementsAre(near((960 + 50) / 2.0), near((540 - 25) / 2.0), near(2 * zoom)));
+  const Case cases[] = {
+      {{1, 1}, {1, 1}, {400, 300, -20}, {960, 270, 40}},
+      {{1, 2}, {1, 2}, {200, 150, -10}, {480, 135, 20}},
+      {{1, 2}, {1, 4}, {200, 75, -10}, {480, 67.5, 20}},
+  };
+  for (const Case& c : cases) {
+    host_.settings().downsample_x = c.x;
+    host_.settings().downsample_y = c.y;
+    const PF_Point3DDef set = checkout(kPosition).u.point3d_d;
+    EXPECT_THAT(nums(set.x_value, set.y_value, set.z_value),
+                ElementsAre(c.position.x, c.position.y, c.position.z));
+    const PF_Point3DDef dflt = checkout(kDefaultPosition).u.point3d_d;
+    EXPECT_THAT(nums(dflt.x_value, dflt.y_value, dflt.z_value),
+                ElementsAre(c.default_position.x, c.default_position.y, c.default_position.z));
+  }
+  // A map gives its layer's size, ceil(101 / 2) x ceil(51 / 4), and no pixels; an empty one 0 x 0.
+  const PF_LayerDef map = checkout(kMap).u.ld;
+  EXPECT_THAT(nums(map.width, map.height), ElementsAre(51, 13));
+  EXPECT_EQ(map.data, nullptr);
+  EXPECT_THAT(nums(checkout(kOtherMap).u.ld.width, checkout(kOtherMap).u.ld.height),
+              ElementsAre(0, 0));
+  EXPECT_THAT(host_.problems(), IsEmpty());
+}
 
-  // Turned 45 degrees toward +x, zoom 800: a point 500 ahead, 100 to the right and 50 down
-  // lands at (960 + 800·100/500, 540 + 800·50/500); one behind the camera is not seen.
-  const Vec3 eye{960, 540, -1000};
-  const Composition turned = with_camera(eye, Vec3{1960, 540, 0}, 800);
-  const Vec3 point{eye.x + (100 + 500) * kHalf, eye.y + 50, eye.z + (500 - 100) * kHalf};
-  EXPECT_THAT(seen(turned, point), ElementsAre(near(1120), near(620), near(500)));
-  EXPECT_THAT(seen(turned, {eye.x - 10 * kHalf, eye.y, eye.z - 10 * kHalf}), testing::IsEmpty());
+// What AEGP_GetEffectCamera and AEGP_GetEffectCameraMatrix answer at the in-data time moved by
+// `offset`, as a module asks for its motion-blur samples.
+struct CameraAnswer {
+  AEGP_LayerH camera = nullptr;
+  A_Matrix4 matrix{};
+  A_FpLong distance = 0;
+  A_short width = 0;
+  A_short height = 0;
+  AEGP_CameraType type = 99;
+};
 
-  // Orthographic: no division by depth.
-  const Composition flat =
-      with_camera({960, 540, -5000}, Vec3{960, 540, 0}, 800, Projection::orthographic);
-  EXPECT_THAT(seen(flat, {1000, 500, 12345}), ElementsAre(near(1000), near(500), testing::_));
+CameraAnswer ask_camera(lh::EffectHost& host, A_long offset = 0) {
+  CameraAnswer answer;
+  in_render(host, [&](PF_InData& in) {
+    AcquiredSuite<AEGP_PFInterfaceSuite1> pf(in, kAEGPPFInterfaceSuite,
+                                             kAEGPPFInterfaceSuiteVersion1);
+    A_Time time{};
+    EXPECT_EQ(pf->AEGP_ConvertEffectToCompTime(in.effect_ref, in.current_time + offset,
+                                               in.time_scale, &time),
+              A_Err_NONE);
+    answer.camera = reinterpret_cast<AEGP_LayerH>(&answer);  // must be overwritten
+    EXPECT_EQ(pf->AEGP_GetEffectCamera(in.effect_ref, &time, &answer.camera), A_Err_NONE);
+    EXPECT_EQ(pf->AEGP_GetEffectCameraMatrix(in.effect_ref, &time, &answer.matrix, &answer.distance,
+                                             &answer.width, &answer.height),
+              A_Err_NONE);
+    if (answer.camera != nullptr) {
+      AcquiredSuite<AEGP_CameraSuite2> cameras(in, kAEGPCameraSuite, kAEGPCameraSuiteVersion2);
+      EXPECT_EQ(cameras->AEGP_GetCameraType(answer.camera, &answer.type), A_Err_NONE);
+    }
+  });
+  return answer;
+}
 
-  // A layer of pixel aspect 1 in a composition of aspect 2: 100 composition pixels right of the
-  // centre are 200 layer pixels; the 1000 x 500 layer is centred on the image plane.
-  Composition wide = default_composition();
-  wide.pixel_aspect = {2, 1};
-  auto& effect = std::get<EffectLayer>(wide.layers[0].content);
-  effect.width = 1000;
-  effect.height = 500;
-  EXPECT_THAT(seen(wide, {1060, 540, 0}), ElementsAre(near(700), near(250), testing::_));
+void expect_matrix(const A_Matrix4& actual, const std::vector<double>& rows) {
+  for (int i = 0; i < 16; ++i) {
+    EXPECT_NEAR(actual.mat[i / 4][i % 4], rows[i], 1e-9) << "element " << i / 4 << "," << i % 4;
+  }
+}
+
+TEST_F(HostSuites, TheCameraMatrixIsTheDefaultCameraOrTheCameraLayersAtTheAskedTime) {
+  CameraAnswer answer = ask_camera(host_);
+  EXPECT_EQ(answer.camera, nullptr);
+  EXPECT_NEAR(answer.distance, 1920 * 50.0 / 36.0, 0.5);  // a 50 mm lens
+  expect_matrix(answer.matrix, {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 960, 540, -answer.distance, 1});
+  EXPECT_THAT(nums(answer.width, answer.height), ElementsAre(1920, 1080));
+
+  // Turned 45 degrees toward +x, level: x = (√½, 0, −√½), y = (0, 1, 0), z = (√½, 0, √½).
+  lh::Composition comp = scene();
+  Layer camera{.name = "Camera", .content = lh::CameraLayer{1200.0}};
+  camera.transform.position = Vec3{960, 540, -1000};
+  camera.transform.point_of_interest = Animated<Vec3>(Vec3{1960, 540, 0});
+  comp.layers.push_back(camera);
+  host_.set_composition(comp);
+  answer = ask_camera(host_);
+  ASSERT_NE(answer.camera, nullptr);
+  EXPECT_EQ(answer.type, AEGP_CameraType_PERSPECTIVE);
+  EXPECT_EQ(answer.distance, 1200);
+  const double h = std::sqrt(0.5);
+  expect_matrix(answer.matrix, {h, 0, -h, 0, 0, 1, 0, 0, h, 0, h, 0, 960, 540, -1000, 1});
+
+  // Moving along x by 360 pixels a second, seen a quarter frame after frame 1 (30 fps: 3600
+  // units a second, 120 a frame).
+  Animated<Vec3> path;
+  path.set_key(0, Vec3{0, 0, -1000});
+  path.set_key(1, Vec3{360, 0, -1000});
+  comp.layers.back().transform.position = path;
+  std::get<lh::CameraLayer>(comp.layers.back().content).projection = lh::Projection::orthographic;
+  host_.set_composition(comp);
+  host_.settings().current_time = 120;
+  answer = ask_camera(host_, 30);
+  EXPECT_EQ(answer.type, 1u) << "orthographic";
+  EXPECT_NEAR(answer.matrix.mat[3][0], 360.0 * 150 / 3600, 1e-9);
+  ASSERT_EQ(host_.timed_calls().size(), 3u);
+  EXPECT_EQ(host_.timed_calls()[2].function, "AEGP_GetEffectCameraMatrix");
+  EXPECT_THAT(nums(host_.timed_calls()[2].time.value, host_.timed_calls()[2].time.scale),
+              ElementsAre(150, 3600));
+  EXPECT_THAT(host_.suites().unreleased(), IsEmpty());
 }
 
 }  // namespace
