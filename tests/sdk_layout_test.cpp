@@ -32,14 +32,13 @@ struct Layout {
 #define V(name, value) Layout{#name, static_cast<std::size_t>(name), value}
 // clang-format on
 
-TEST(SdkLayout, RecordsAndSuiteTablesHaveThePublishedSizes) {
-  const Layout sizes[] = {
-      SIZE(A_long, 4), SIZE(A_u_long, 4), SIZE(A_short, 2), SIZE(A_Boolean, 1), SIZE(PF_Boolean, 1),
-      SIZE(A_char, 1), SIZE(A_u_longlong, 8), SIZE(PF_Handle, P), SIZE(A_intptr_t, 8),
-      SIZE(A_Time, 4 + 4), SIZE(A_Ratio, 4 + 4), SIZE(A_Matrix4, 16 * 8), SIZE(A_FloatPoint, 2 * 8),
-      SIZE(A_LRect, 4 * 4), SIZE(PF_Pixel, 4), SIZE(PF_Pixel16, 8), SIZE(PF_PixelFloat, 16),
-      SIZE(PF_Point, 8), SIZE(PF_Rect, 16), SIZE(PF_RationalScale, 8), SIZE(PF_SpecVersion, 4),
-      SIZE(PF_FloatMatrix, 9 * 8), SIZE(PF_SliderDef, 4 + 32 + 32 + 5 * 4),
+TEST(SdkLayout, DeclarationsHaveThePublishedSizesOffsetsValuesAndNames) {
+  const Layout published[] = {
+      SIZE(A_long, 4), SIZE(A_short, 2), SIZE(A_Boolean, 1), SIZE(A_u_longlong, 8),
+      SIZE(PF_Handle, P), SIZE(A_Time, 4 + 4), SIZE(A_Ratio, 4 + 4), SIZE(A_Matrix4, 16 * 8),
+      SIZE(A_FloatPoint, 2 * 8), SIZE(A_LRect, 4 * 4), SIZE(PF_Pixel, 4), SIZE(PF_Pixel16, 8),
+      SIZE(PF_PixelFloat, 16), SIZE(PF_Point, 8), SIZE(PF_Rect, 16), SIZE(PF_RationalScale, 8),
+      SIZE(PF_SpecVersion, 4), SIZE(PF_FloatMatrix, 9 * 8), SIZE(PF_SliderDef, 4 + 32 + 32 + 5 * 4),
       SIZE(PF_FixedSliderDef, 4 + 32 + 32 + 5 * 4 + 2 + 2), SIZE(PF_FloatSliderDef, 88),
       SIZE(PF_AngleDef, 4 * 4), SIZE(PF_CheckBoxDef, 4 + 1 + 1 + 2 + 8), SIZE(PF_ColorDef, 4 + 4),
       SIZE(PF_PointDef, 4 + 4 + 3 + 1 + 4 + 4), SIZE(PF_PopupDef, 4 + 2 + 2 + 8),
@@ -75,16 +74,11 @@ TEST(SdkLayout, RecordsAndSuiteTablesHaveThePublishedSizes) {
       SIZE(PF_OutData,
            4 + 32 + 4 + 8 + 4 + 4 + 8 + 4 + 4 + 8 + 4 + 4 + 8 + 4 + 256 + 4 + 4 + 4 + 32 + 4 + 4),
       // 26 callbacks, the ANSI block, the colour block, 14 callbacks and an A_long padded.
-      SIZE(PF_UtilCallbacks, 26 * P + 160 + 64 + 14 * P + 8)};
-  for (const Layout& size : sizes) {
-    EXPECT_EQ(size.declared, size.published) << "sizeof " << size.what;
-  }
-}
+      SIZE(PF_UtilCallbacks, 26 * P + 160 + 64 + 14 * P + 8),
 
-// Fields after padding, unions and arrays, and functions deep in the suites the module calls:
-// where a field left out or swapped with its neighbour still leaves the size right.
-TEST(SdkLayout, FieldsWhereAMistakeWouldHideSitAtThePublishedOffsets) {
-  const Layout offsets[] = {
+      // Offsets of fields after padding, unions and arrays, and of functions deep in the suites
+      // the module calls: where a field left out or swapped with its neighbour still leaves the
+      // size right.
       AT(PF_Pixel, alpha, 0), AT(PF_Pixel, red, 1), AT(PF_LayerDef, data, 24),
       AT(PF_LayerDef, rowbytes, 32), AT(PF_LayerDef, extent_hint, 44),
       AT(PF_LayerDef, platform_ref, 64), AT(PF_LayerDef, pix_aspect_ratio, 88),
@@ -109,16 +103,10 @@ TEST(SdkLayout, FieldsWhereAMistakeWouldHideSitAtThePublishedOffsets) {
       AT(AEGP_CompSuite5, AEGP_GetCompShutterAnglePhase, 9 * P),
       AT(AEGP_LayerSuite5, AEGP_GetLayerToWorldXform, 38 * P),
       AT(PF_ParamUtilsSuite3, PF_AreStatesIdentical, 2 * P),
-      AT(DRAWBOT_SupplierSuite1, ReleaseObject, 12 * P)};
-  for (const Layout& offset : offsets) {
-    EXPECT_EQ(offset.declared, offset.published) << "offset of " << offset.what;
-  }
-}
+      AT(DRAWBOT_SupplierSuite1, ReleaseObject, 12 * P),
 
-// Commands, errors, flags and suite names travel between a host and the module as numbers and
-// strings: each must be the published one.
-TEST(SdkLayout, EnumeratorsHaveThePublishedValues) {
-  const Layout values[] = {
+      // Commands, errors, flags and (below) suite names travel between a host and the module
+      // as numbers and strings.
       V(PF_Cmd_ABOUT, 0), V(PF_Cmd_GLOBAL_SETUP, 1), V(PF_Cmd_GLOBAL_SETDOWN, 3),
       V(PF_Cmd_PARAMS_SETUP, 4), V(PF_Cmd_SEQUENCE_SETUP, 5), V(PF_Cmd_SEQUENCE_RESETUP, 6),
       V(PF_Cmd_SEQUENCE_FLATTEN, 7), V(PF_Cmd_SEQUENCE_SETDOWN, 8), V(PF_Cmd_DO_DIALOG, 9),
@@ -152,8 +140,8 @@ TEST(SdkLayout, EnumeratorsHaveThePublishedValues) {
       V(AEGP_DynStreamFlag_HIDDEN, 2), V(AEGP_DynStreamFlag_DISABLED, 16),
       V(AEGP_CompFlag_ENABLE_MOTION_BLUR, 8), V(AEGP_LayerFlag_MOTION_BLUR, 8),
       V(kDRAWBOT_PixelLayout_32BGR, 3)};
-  for (const Layout& value : values) {
-    EXPECT_EQ(value.declared, value.published) << value.what;
+  for (const Layout& layout : published) {
+    EXPECT_EQ(layout.declared, layout.published) << layout.what;
   }
   const auto suite = [](std::string name, int version) {
     return name + " " + std::to_string(version) + "; ";

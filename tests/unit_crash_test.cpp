@@ -4,6 +4,7 @@
 #include <stdlib.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <ctime>
 #include <filesystem>
 #include <optional>
@@ -21,30 +22,23 @@ namespace {
 namespace fs = std::filesystem;
 using Setting = std::optional<std::string>;  // nullopt: the variable is not set
 
-// Sets the folder variables while alive and gives the process its own values back after.
-class FolderVariables {
- public:
-  FolderVariables(Setting xdg_documents, Setting home, Setting tmpdir) {
-    for (std::size_t i = 0; i < 3; ++i) {
-      const char* old = std::getenv(kNames[i]);
-      saved_[i] = old != nullptr ? Setting(old) : std::nullopt;
-    }
-    set({xdg_documents, home, tmpdir});
-  }
-  ~FolderVariables() { set(saved_); }
+void set_variable(const char* name, const Setting& value) {
+  value ? setenv(name, value->c_str(), 1) : unsetenv(name);
+}
 
- private:
-  static constexpr const char* kNames[3] = {"XDG_DOCUMENTS_DIR", "HOME", "TMPDIR"};
-  static void set(const std::array<Setting, 3>& values) {
-    for (std::size_t i = 0; i < 3; ++i) {
-      if (values[i]) {
-        setenv(kNames[i], values[i]->c_str(), 1);
-      } else {
-        unsetenv(kNames[i]);
-      }
+// Gives the process its own folder variables back when it goes.
+struct SavedVariables {
+  std::vector<std::pair<const char*, Setting>> saved;
+  SavedVariables() {
+    for (const char* name : {"XDG_DOCUMENTS_DIR", "HOME", "TMPDIR"}) {
+      saved.emplace_back(name, std::getenv(name) ? Setting(std::getenv(name)) : std::nullopt);
     }
   }
-  std::array<Setting, 3> saved_;
+  ~SavedVariables() {
+    for (const auto& [name, value] : saved) {
+      set_variable(name, value);
+    }
+  }
 };
 
 TEST(DocumentsFolder, DocumentsComeFromXdgThenHomeAndTemporaryFilesFromTmpdirThenTmp) {
@@ -69,47 +63,47 @@ TEST(DocumentsFolder, DocumentsComeFromXdgThenHomeAndTemporaryFilesFromTmpdirThe
       {"a file is no folder", root.write("file", "x").string(), std::nullopt, std::nullopt,
        std::nullopt, "/tmp"},
   };
+  const SavedVariables saved;
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
-    const FolderVariables variables(c.xdg_documents, c.home, c.tmpdir);
+    set_variable("XDG_DOCUMENTS_DIR", c.xdg_documents);
+    set_variable("HOME", c.home);
+    set_variable("TMPDIR", c.tmpdir);
     char folder[4096];
     EXPECT_EQ(hxsdk::documents_folder(folder) ? Setting(folder) : std::nullopt, c.documents);
     ASSERT_TRUE(hxsdk::temporary_folder(folder));
     EXPECT_EQ(std::string(folder), c.temporary);
   }
   // A path needs room for its terminating NUL too.
-  const FolderVariables variables(xdg, std::nullopt, std::nullopt);
+  set_variable("XDG_DOCUMENTS_DIR", xdg);
   std::vector<char> exact(xdg.size() + 1, 'x'), short_by_one(xdg.size());
   EXPECT_TRUE(hxsdk::documents_folder(exact));
   EXPECT_EQ(std::string(exact.data()), xdg);
   EXPECT_FALSE(hxsdk::documents_folder(short_by_one));
 }
 
+// The report name of thread `thread` of process `process` at the given local time.
+std::string report_name(int year, int month, int day, int hour, int minute, int second,
+                        long process, long thread) {
+  std::tm time{};
+  time.tm_year = year - 1900;
+  time.tm_mon = month - 1;
+  time.tm_mday = day;
+  time.tm_hour = hour;
+  time.tm_min = minute;
+  time.tm_sec = second;
+  crash::PathText path;
+  crash::append_dump_file_name(path, time, process, thread);
+  return std::string(path.view());
+}
+
 TEST(CrashReportPath, ReportsGoToTheMakersErrorLogsNamedByTagLocalTimeProcessAndThread) {
-  struct NameCase {
-    int year, month, day, hour, minute, second;
-    long process, thread;
-    const char* name;
-  };
-  for (const NameCase& c : {
-           NameCase{2024, 1, 31, 23, 59, 59, 4321, 8765,
-                    "Lunaform_v1.0.66-20240131-235959-4321-8765.dmp"},
-           // Single digits are padded to two, the year to four; ids are not padded.
-           NameCase{2001, 2, 3, 4, 5, 6, 7, 12, "Lunaform_v1.0.66-20010203-040506-7-12.dmp"},
-           NameCase{999, 12, 1, 0, 0, 0, 4194304, 4194303,
-                    "Lunaform_v1.0.66-09991201-000000-4194304-4194303.dmp"},
-       }) {
-    std::tm time{};
-    time.tm_year = c.year - 1900;
-    time.tm_mon = c.month - 1;
-    time.tm_mday = c.day;
-    time.tm_hour = c.hour;
-    time.tm_min = c.minute;
-    time.tm_sec = c.second;
-    crash::PathText name;
-    crash::append_dump_file_name(name, time, c.process, c.thread);
-    EXPECT_EQ(name.view(), c.name);
-  }
+  EXPECT_EQ(report_name(2024, 1, 31, 23, 59, 59, 4321, 8765),
+            "Lunaform_v1.0.66-20240131-235959-4321-8765.dmp");
+  // Single digits are padded to two, the year to four; ids are not padded.
+  EXPECT_EQ(report_name(2001, 2, 3, 4, 5, 6, 7, 12), "Lunaform_v1.0.66-20010203-040506-7-12.dmp");
+  EXPECT_EQ(report_name(999, 12, 1, 0, 0, 0, 4194304, 4194303),
+            "Lunaform_v1.0.66-09991201-000000-4194304-4194303.dmp");
   for (const auto& [base, folder] : std::vector<std::pair<std::string, std::string>>{
            {"/home/ada/Documents", "/home/ada/Documents/Brightmoor/Error Logs"},
            {"/tmp/", "/tmp/Brightmoor/Error Logs"},
@@ -133,27 +127,27 @@ TEST(CrashReportPath, ReportsGoToTheMakersErrorLogsNamedByTagLocalTimeProcessAnd
             "(support@brightmoor.invalid):\n\n/home/ada/Documents/Brightmoor/Error Logs/x.dmp");
 }
 
-// Entries as /proc/self/smaps writes them, with the detail lines that matter and some that
-// do not.
+// Entries as /proc/self/smaps writes them, with the detail lines that matter and some that do
+// not: a program's untouched headers (the file has them), its relocated read-only data and a
+// changed page that went to swap; a library's data; anonymous code (a JIT compiler's) with no
+// path after the inode; the stack and the kernel's pages; a path with spaces and the kernel's
+// mark for a deleted file; device memory and memory marked not to be dumped; a reservation over
+// 1 GiB (a sanitizer's shadow) and one of exactly 1 GiB; a last line cut off.
 constexpr char kSmaps[] =
-    // Program headers and read-only data, untouched: the file has them.
     "55d0c1a00000-55d0c1a02000 r--p 00000000 08:01 1234567                    /usr/bin/cat\n"
     "Size:                  8 kB\n"
     "Anonymous:             0 kB\n"
     "Swap:                  0 kB\n"
     "VmFlags: rd mr mw me \n"
-    // Relocated read-only data: written once, then protected.
     "55d0c1a02000-55d0c1a03000 r--p 00001000 08:01 1234567                    /usr/bin/cat\n"
     "Anonymous:             4 kB\n"
     "VmFlags: rd mr mw me ac \n"
-    // A changed page that went to swap.
     "55d0c1a03000-55d0c1a04000 r--p 00002000 08:01 1234567                    /usr/bin/cat\n"
     "Anonymous:             0 kB\n"
     "Swap:                  4 kB\n"
     "VmFlags: rd mr mw me ac \n"
     "7f0000001000-7f0000003000 rw-p 0001f000 08:01 42 /usr/lib/libx.so\n"
     "VmFlags: rd wr mr mw me ac \n"
-    // Anonymous code (a JIT compiler's), with no path after the inode.
     "7f0000004000-7f0000005000 r-xp 00000000 00:00 0 \n"
     "VmFlags: rd ex mr mw me \n"
     "7ffd1234a000-7ffd1236b000 rw-p 00000000 00:00 0                          [stack]\n"
@@ -162,57 +156,44 @@ constexpr char kSmaps[] =
     "VmFlags: rd mr pf io de dd \n"
     "7f0000010000-7f0000011000 ---p 00000000 00:00 0\n"
     "VmFlags: mr mw me \n"
-    // A path with spaces and the kernel's mark for a deleted file.
     "7f0000020000-7f0000021000 rw-s 00002000 00:05 77  /tmp/my lib.so (deleted)\n"
     "VmFlags: rd wr sh mr mw me ms \n"
-    // Device memory, and memory marked not to be dumped.
     "7f0000030000-7f0000032000 rw-s 100000000 00:05 9 /dev/dri/card0\n"
     "VmFlags: rd wr sh mr mw me ms io pf \n"
     "7f0000040000-7f0000041000 rw-p 00000000 00:00 0\n"
     "VmFlags: rd wr mr mw me dd \n"
-    // A reservation over 1 GiB (a sanitizer's shadow) and one of exactly 1 GiB.
     "600000000000-600040001000 rw-p 00000000 00:00 0\n"
     "VmFlags: rd wr mr mw me nr \n"
     "610000000000-610040000000 rw-p 00000000 00:00 0\n"
-    // The last line is cut off: only whole lines count.
     "620000000000-620000001000 rw-p 00000000 00:00 0";
 
 TEST(CrashMemoryRegions, SmapsEntriesGiveTheRegionsAndWhetherTheirBytesAreDumped) {
-  struct Expected {
-    std::uintptr_t start, end;
-    std::uint64_t offset;
-    const char* permissions;  // rwxs, '-' where not
-    const char* path;
-    bool dumped;
-  };
-  const std::vector<Expected> expected = {
-      {0x55d0c1a00000, 0x55d0c1a02000, 0, "r---", "/usr/bin/cat", false},
-      {0x55d0c1a02000, 0x55d0c1a03000, 0x1000, "r---", "/usr/bin/cat", true},
-      {0x55d0c1a03000, 0x55d0c1a04000, 0x2000, "r---", "/usr/bin/cat", true},
-      {0x7f0000001000, 0x7f0000003000, 0x1f000, "rw--", "/usr/lib/libx.so", true},
-      {0x7f0000004000, 0x7f0000005000, 0, "r-x-", "", true},
-      {0x7ffd1234a000, 0x7ffd1236b000, 0, "rw--", "[stack]", true},
-      {0x7ffd123f0000, 0x7ffd123f4000, 0, "r---", "[vvar]", false},
-      {0x7f0000010000, 0x7f0000011000, 0, "----", "", false},
-      {0x7f0000020000, 0x7f0000021000, 0x2000, "rw-s", "/tmp/my lib.so (deleted)", true},
-      {0x7f0000030000, 0x7f0000032000, 0x100000000, "rw-s", "/dev/dri/card0", false},
-      {0x7f0000040000, 0x7f0000041000, 0, "rw--", "", false},
-      {0x600000000000, 0x600040001000, 0, "rw--", "", false},
-      {0x610000000000, 0x610040000000, 0, "rw--", "", true},
-  };
+  // Start, end, file offset, rwxs ('-' where not), path, and "dumped" when the bytes go in.
+  const std::vector<std::string> expected = {
+      "55d0c1a00000-55d0c1a02000 0 r--- /usr/bin/cat",
+      "55d0c1a02000-55d0c1a03000 1000 r--- /usr/bin/cat dumped",
+      "55d0c1a03000-55d0c1a04000 2000 r--- /usr/bin/cat dumped",
+      "7f0000001000-7f0000003000 1f000 rw-- /usr/lib/libx.so dumped",
+      "7f0000004000-7f0000005000 0 r-x-  dumped",
+      "7ffd1234a000-7ffd1236b000 0 rw-- [stack] dumped",
+      "7ffd123f0000-7ffd123f4000 0 r--- [vvar]",
+      "7f0000010000-7f0000011000 0 ---- ",
+      "7f0000020000-7f0000021000 2000 rw-s /tmp/my lib.so (deleted) dumped",
+      "7f0000030000-7f0000032000 100000000 rw-s /dev/dri/card0",
+      "7f0000040000-7f0000041000 0 rw-- ",
+      "600000000000-600040001000 0 rw-- ",
+      "610000000000-610040000000 0 rw--  dumped"};
   std::vector<crash::MemoryRegion> regions(expected.size() + 5);
   ASSERT_EQ(crash::parse_memory_regions(kSmaps, regions), expected.size());
   for (std::size_t i = 0; i < expected.size(); ++i) {
-    SCOPED_TRACE(i);
     const crash::MemoryRegion& r = regions[i];
-    EXPECT_EQ(r.start, expected[i].start);
-    EXPECT_EQ(r.end, expected[i].end);
-    EXPECT_EQ(r.file_offset, expected[i].offset);
-    EXPECT_EQ(std::string({r.readable ? 'r' : '-', r.writable ? 'w' : '-', r.executable ? 'x' : '-',
-                           r.shared ? 's' : '-'}),
-              expected[i].permissions);
-    EXPECT_EQ(r.path, expected[i].path);
-    EXPECT_EQ(crash::region_contents_dumped(r), expected[i].dumped);
+    char text[160];
+    std::snprintf(text, sizeof text, "%lx-%lx %lx %c%c%c%c %.*s%s", r.start, r.end,
+                  static_cast<unsigned long>(r.file_offset), r.readable ? 'r' : '-',
+                  r.writable ? 'w' : '-', r.executable ? 'x' : '-', r.shared ? 's' : '-',
+                  static_cast<int>(r.path.size()), r.path.data(),
+                  crash::region_contents_dumped(r) ? " dumped" : "");
+    EXPECT_EQ(text, expected[i]);
   }
   // A table too small keeps the first entries, their details included.
   std::vector<crash::MemoryRegion> two(2);

@@ -32,6 +32,7 @@ using Grid = std::array<double, 16>;
 
 constexpr double kPi = 3.14159265358979323846;
 constexpr Grid kIdentity = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+constexpr A_long kEndOfTime = std::numeric_limits<A_long>::max();
 
 Grid product(const Grid& a, const Grid& b) {
   Grid p{};
@@ -50,9 +51,6 @@ To transposed(const From& from) {
   }
   return to;
 }
-Grid grid(const mat4& m) {
-  return transposed<Grid>(m);
-}
 
 Vec4 times(const mat4& m, const Vec4& v) {
   Vec4 r{};
@@ -69,12 +67,18 @@ void expect_near(const std::array<double, N>& actual, const std::array<double, N
     EXPECT_NEAR(actual[i], expected[i], tolerance) << what << " element " << i;
   }
 }
+void expect_near(const hxsdk::vec4& actual, const Vec4& expected, const std::string& what = "",
+                 double tolerance = 1e-6) {
+  expect_near(Vec4{actual.x, actual.y, actual.z, actual.w}, expected, tolerance, what);
+}
 
-Vec3 random_axis(std::mt19937& random) {
-  std::normal_distribution<double> coordinate;
-  const Vec3 n = {coordinate(random), coordinate(random), coordinate(random)};
-  const double length = std::sqrt(n[0] * n[0] + n[1] * n[1] + n[2] * n[2]);
-  return {n[0] / length, n[1] / length, n[2] / length};
+Grid random_grid(std::mt19937& random, double diagonal) {
+  std::uniform_real_distribution<double> entry(-1.0, 1.0);
+  Grid g;
+  for (int i = 0; i < 16; ++i) {
+    g[i] = static_cast<float>(entry(random) + (i % 5 == 0 ? diagonal : 0.0));
+  }
+  return g;
 }
 
 // Rodrigues: R = cos(t) I + sin(t) [n]x + (1 - cos(t)) n n^T turns by t about unit axis n.
@@ -88,103 +92,79 @@ Grid rodrigues(const Vec3& n, double t) {
   return g;
 }
 
-hxsdk::quaternion axis_angle(const Vec3& n, double t) {
-  const double s = std::sin(t / 2);
-  return {static_cast<float>(n[0] * s), static_cast<float>(n[1] * s), static_cast<float>(n[2] * s),
-          static_cast<float>(std::cos(t / 2))};
-}
-
-TEST(Math3d, MultiplyChainsTheSecondTransformAfterTheFirst) {
-  // Move by (1, 2, 3), then scale by (2, 3, 4): (1, 1, 1) -> (2, 3, 4) -> (4, 9, 16); the
-  // other way round: (2, 3, 4) -> (3, 5, 7).
-  mat4 move_then_scale = hxsdk::translation_matrix({1.0f, 2.0f, 3.0f, 0.0f});
-  hxsdk::multiply(move_then_scale, hxsdk::scale_matrix(2.0f, 3.0f, 4.0f));
-  expect_near(times(move_then_scale, {1, 1, 1, 1}), {4, 9, 16, 1}, 1e-6);
+TEST(Math3d, MultiplyChainsTheSecondAfterTheFirstAndInverseUndoesIt) {
+  // Scale by (2, 3, 4), then move by (1, 2, 3): (1, 1, 1) -> (2, 3, 4) -> (3, 5, 7).
   mat4 scale_then_move = hxsdk::scale_matrix(2.0f, 3.0f, 4.0f);
   hxsdk::multiply(scale_then_move, hxsdk::translation_matrix({1.0f, 2.0f, 3.0f, 0.0f}));
   expect_near(times(scale_then_move, {1, 1, 1, 1}), {3, 5, 7, 1}, 1e-6);
-  std::mt19937 random(7);
-  std::uniform_real_distribution<double> entry(-1.0, 1.0);
-  for (int trial = 0; trial < 20; ++trial) {
-    Grid a, b;
-    for (int i = 0; i < 16; ++i) {
-      a[i] = entry(random);
-      b[i] = entry(random);
-    }
-    mat4 result = transposed<mat4>(a);
-    hxsdk::multiply(result, transposed<mat4>(b));
-    expect_near(grid(result), product(b, a), 1e-5);
-  }
-}
-
-TEST(Math3d, InverseUndoesTheMatrixAndIsTheAdjugateWhenSingular) {
-  const std::array<std::array<Grid, 2>, 3> cases = {
-      {// (T S)^-1 = S^-1 T^-1: p -> (p - t) / s, so the translation becomes -t / s.
-       {{{2, 0, 0, 5, 0, 4, 0, 6, 0, 0, 8, 7, 0, 0, 0, 1},
+  // A singular matrix gives its adjugate: with a zero row, every cofactor whose minor keeps
+  // that row vanishes; of a diagonal only the (3, 3) one is left, of a translation the last
+  // column (the translation negated, and 1).
+  const std::array<std::array<Grid, 2>, 3> inverses = {
+      {{{{2, 0, 0, 5, 0, 4, 0, 6, 0, 0, 8, 7, 0, 0, 0, 1},  // (T S)^-1 = S^-1 T^-1
          {0.5, 0, 0, -2.5, 0, 0.25, 0, -1.5, 0, 0, 0.125, -0.875, 0, 0, 0, 1}}},
-       // det 0: every cofactor whose minor keeps the zero row vanishes but that of (3, 3).
        {{{2, 0, 0, 0, 0, 3, 0, 0, 0, 0, 4, 0, 0, 0, 0, 0},
          {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 24}}},
-       // Bottom row zero: only the cofactors C(3, c) survive, the adjugate's last column.
        {{{1, 0, 0, 5, 0, 1, 0, 6, 0, 0, 1, 7, 0, 0, 0, 0},
          {0, 0, 0, -5, 0, 0, 0, -6, 0, 0, 0, -7, 0, 0, 0, 1}}}}};
-  for (const auto& [matrix, inverse] : cases) {
-    expect_near(grid(hxsdk::inverse(transposed<mat4>(matrix))), inverse, 1e-6);
+  for (const auto& [matrix, inverse] : inverses) {
+    expect_near(transposed<Grid>(hxsdk::inverse(transposed<mat4>(matrix))), inverse, 1e-6);
   }
-  std::mt19937 random(11);
-  std::uniform_real_distribution<double> entry(-1.0, 1.0);
+  std::mt19937 random(7);
   for (int trial = 0; trial < 50; ++trial) {
-    Grid m;
-    for (int i = 0; i < 16; ++i) {
-      m[i] = static_cast<float>(entry(random) + (i % 5 == 0 ? 4.0 : 0.0));  // far from singular
-    }
-    const Grid inverse = grid(hxsdk::inverse(transposed<mat4>(m)));
+    const Grid a = random_grid(random, 0.0), b = random_grid(random, 0.0);
+    mat4 result = transposed<mat4>(a);
+    hxsdk::multiply(result, transposed<mat4>(b));
+    expect_near(transposed<Grid>(result), product(b, a), 1e-5);
+    const Grid m = random_grid(random, 4.0);  // diagonally dominant: far from singular
+    const Grid inverse = transposed<Grid>(hxsdk::inverse(transposed<mat4>(m)));
     expect_near(product(m, inverse), kIdentity, 1e-5);
     expect_near(product(inverse, m), kIdentity, 1e-5);
   }
 }
 
-TEST(Math3d, QuaternionsRotateByRodriguesAndEulerAnglesTurnAboutXThenYThenZ) {
+TEST(Math3d, EulerAnglesTurnAboutXThenYThenZ) {
   const hxsdk::quaternion none = hxsdk::quaternion_from_euler({0.0f, 0.0f, 0.0f, 0.0f});
   EXPECT_TRUE(none.x == 0.0f && none.y == 0.0f && none.z == 0.0f && none.w == 1.0f);
-  expect_near(grid(hxsdk::rotation_matrix(none)), kIdentity, 0.0);
-  const hxsdk::quaternion about_x =
-      hxsdk::quaternion_from_euler({static_cast<float>(kPi / 2), 0, 0, 0});
-  expect_near(Vec4{about_x.x, about_x.y, about_x.z, about_x.w},
-              {std::sqrt(0.5), 0.0, 0.0, std::sqrt(0.5)}, 1e-6);
+  expect_near(transposed<Grid>(hxsdk::rotation_matrix(none)), kIdentity, 0.0);
+  expect_near(hxsdk::quaternion_from_euler({static_cast<float>(kPi / 2), 0, 0, 0}),
+              {std::sqrt(0.5), 0.0, 0.0, std::sqrt(0.5)});
   std::mt19937 random(3);
   std::uniform_real_distribution<double> angle(-kPi, kPi);
   for (int trial = 0; trial < 50; ++trial) {
-    const Vec3 n = random_axis(random);
-    const double t = angle(random), x = angle(random), y = angle(random), z = angle(random);
-    expect_near(grid(hxsdk::rotation_matrix(axis_angle(n, t))), rodrigues(n, t), 1e-5);
+    const double x = angle(random), y = angle(random), z = angle(random);
     const hxsdk::quaternion q = hxsdk::quaternion_from_euler(
         {static_cast<float>(x), static_cast<float>(y), static_cast<float>(z), 0.0f});
     EXPECT_NEAR(q.x * q.x + q.y * q.y + q.z * q.z + q.w * q.w, 1.0, 1e-6);
     expect_near(
-        grid(hxsdk::rotation_matrix(q)),
+        transposed<Grid>(hxsdk::rotation_matrix(q)),
         product(rodrigues({0, 0, 1}, z), product(rodrigues({0, 1, 0}, y), rodrigues({1, 0, 0}, x))),
         1e-5);
   }
 }
 
-TEST(RenderState, ModelMatrixScalesThenRotatesThenMoves) {
+TEST(RenderState, ModelMatrixScalesThenTurnsByTheQuaternionThenMoves) {
   std::mt19937 random(23);
   std::uniform_real_distribution<double> coordinate(-1.0, 1.0);
-  for (int trial = 0; trial < 20; ++trial) {
-    const Vec3 n = random_axis(random);
-    const double t = 3.1 * coordinate(random), radius = 1.0 + 99.0 * std::abs(coordinate(random));
+  for (int trial = 0; trial < 50; ++trial) {
+    Vec4 p = {coordinate(random), coordinate(random), coordinate(random), 1.0};
+    const double length = std::sqrt(p[0] * p[0] + p[1] * p[1] + p[2] * p[2]);
+    const Vec3 n = {p[0] / length, p[1] / length, p[2] / length};
+    const double t = 3.1 * coordinate(random), s = std::sin(t / 2);
+    const double radius = 1.0 + 99.0 * std::abs(coordinate(random));
     const hxsdk::vec4 position = {static_cast<float>(1000 * coordinate(random)),
                                   static_cast<float>(1000 * coordinate(random)),
                                   static_cast<float>(1000 * coordinate(random)), 0.0f};
-    const mat4 m = model_matrix(position, axis_angle(n, t), static_cast<float>(radius));
-    const Vec4 p = {coordinate(random), coordinate(random), coordinate(random), 1.0};
+    const mat4 m = model_matrix(position,
+                                {static_cast<float>(n[0] * s), static_cast<float>(n[1] * s),
+                                 static_cast<float>(n[2] * s), static_cast<float>(std::cos(t / 2))},
+                                static_cast<float>(radius));
+    p = {coordinate(random), coordinate(random), coordinate(random), 1.0};
     const Vec4 turned = times(transposed<mat4>(rodrigues(n, t)), p);
     expect_near(times(m, p),
                 {position.x + radius * turned[0], position.y + radius * turned[1],
                  position.z + radius * turned[2], 1.0},
                 1e-3, "trial " + std::to_string(trial));
-    EXPECT_TRUE(m[3] == 0.0f && m[7] == 0.0f && m[11] == 0.0f && m[15] == 1.0f);
   }
 }
 
@@ -194,36 +174,23 @@ constexpr int kHeight = 1080;
 const double kDefaultZoom = kWidth / 2.0 / std::tan(39.6 / 2.0 * kPi / 180.0);
 
 // A camera as a host describes one: its axes (x right, y down, z the view direction) as the
-// rows of a turn, its position, its zoom; by default the host's own camera.
+// columns of a turn, its position, its zoom; by default the host's own camera.
 host_camera camera(Vec3 position = {kWidth / 2.0, kHeight / 2.0, -kDefaultZoom},
                    double zoom = kDefaultZoom, const Grid& turn = kIdentity, bool has_layer = false,
                    bool orthographic = false) {
-  host_camera c;
-  for (int i = 0; i < 9; ++i) {
-    c.camera_to_world.mat[i / 3][i % 3] = turn[i % 3 * 4 + i / 3];
+  host_camera c{{}, zoom, kWidth, kHeight, has_layer, orthographic};
+  for (int i = 0; i < 16; ++i) {
+    c.camera_to_world.mat[i / 4][i % 4] =
+        i < 12 ? (i % 4 < 3 ? turn[i % 4 * 4 + i / 4] : 0.0) : (i < 15 ? position[i - 12] : 1.0);
   }
-  for (int i = 0; i < 3; ++i) {
-    c.camera_to_world.mat[3][i] = position[i];
-  }
-  c.camera_to_world.mat[3][3] = 1.0;
-  c.plane_distance = zoom;
-  c.plane_width = kWidth;
-  c.plane_height = kHeight;
-  c.has_camera_layer = has_layer;
-  c.orthographic = orthographic;
   return c;
 }
 
-view_placement placement(float downsample, int x = 0, int y = 0, int width = 0, int height = 0,
-                         float aspect = 1.0f) {
+view_placement placement(float d, int x = 0, int y = 0, int w = 0, int h = 0, float aspect = 1) {
   // Without a size: the whole frame at that downsampling.
-  return {aspect,
-          aspect,
-          downsample,
-          x,
-          y,
-          width > 0 ? width : static_cast<int>(std::ceil(kWidth / downsample)),
-          height > 0 ? height : static_cast<int>(std::ceil(kHeight / downsample))};
+  w = w > 0 ? w : static_cast<int>(std::ceil(kWidth / d));
+  h = h > 0 ? h : static_cast<int>(std::ceil(kHeight / d));
+  return {aspect, aspect, d, x, y, w, h};
 }
 
 // Where a pinhole camera puts a world point, in downsampled output pixels: the point's camera
@@ -253,15 +220,14 @@ TEST(SceneCameraView, WorldPointsLandWhereThePinholeCameraPutsThem) {
   const std::vector<view_placement> placements = {
       placement(1), placement(2), placement(1, 700, 300, 400, 250),
       placement(2, 350, 150, 200, 125), placement(1, 0, 0, kWidth, kHeight, 2.0f)};
-  const std::vector<Vec3> points = {
-      {960, 540, 0}, {0, 0, 0}, {1500, 200, 800}, {700, 900, -300}, {1200, 450, 2500}};
   for (std::size_t c = 0; c < cameras.size(); ++c) {
     for (std::size_t p = 0; p < placements.size(); ++p) {
       if (cameras[c].has_camera_layer && placements[p].composition_pixel_aspect != 1.0f) {
         continue;  // a camera layer's plane is squared otherwise, as the next test shows
       }
       const render_properties properties = camera_render_properties(cameras[c], placements[p]);
-      for (const Vec3& point : points) {
+      for (const Vec3& point : std::vector<Vec3>{
+               {960, 540, 0}, {0, 0, 0}, {1500, 200, 800}, {700, 900, -300}, {1200, 450, 2500}}) {
         // Through projection * view, the perspective division, then normalised device
         // coordinates -1..1 across the output buffer (y = -1 at its top row).
         const Vec4 clip = times(properties.projection_matrix,
@@ -270,16 +236,14 @@ TEST(SceneCameraView, WorldPointsLandWhereThePinholeCameraPutsThem) {
             std::array<double, 2>{(clip[0] / clip[3] + 1) / 2 * placements[p].output_width,
                                   (clip[1] / clip[3] + 1) / 2 * placements[p].output_height},
             pinhole_pixel(cameras[c], point, placements[p]), 0.02,
-            "camera " + std::to_string(c) + ", placement " + std::to_string(p) + ", point " +
-                std::to_string(point[0]));
+            "camera " + std::to_string(c) + ", placement " + std::to_string(p));
       }
     }
     // The eye is the camera's position, and the view looks down -z: a point 100 pixels
     // straight ahead lands at view (0, 0, -100).
     const render_properties properties = camera_render_properties(cameras[c], placement(1));
     const auto& m = cameras[c].camera_to_world.mat;
-    const hxsdk::vec4 eye = properties.eye_position;
-    expect_near(Vec4{eye.x, eye.y, eye.z, eye.w}, {m[3][0], m[3][1], m[3][2], 0}, 1e-3);
+    expect_near(properties.eye_position, {m[3][0], m[3][1], m[3][2], 0}, "eye", 1e-3);
     expect_near(times(properties.view_matrix, {m[3][0] + 100 * m[2][0], m[3][1] + 100 * m[2][1],
                                                m[3][2] + 100 * m[2][2], 1}),
                 {0, 0, -100, 1}, 1e-3);
@@ -300,66 +264,54 @@ TEST(SceneCameraView, ViewSizeSquaresThePlaneByTheLayerAndCompositionAspects) {
     view_placement p = placement(1);
     p.layer_pixel_aspect = c.layer_aspect;
     p.composition_pixel_aspect = c.composition_aspect;
-    const hxsdk::vec2 size =
-        camera_view_size(camera({0, 0, 0}, kDefaultZoom, kIdentity, c.has_layer), p);
+    const hxsdk::vec2 size = camera_view_size(camera({}, 1, kIdentity, c.has_layer), p);
     EXPECT_TRUE(size.x == c.width && size.y == 1080.0f)
         << size.x << " x " << size.y << " with layer " << c.has_layer << ", aspects "
         << c.layer_aspect << " / " << c.composition_aspect;
   }
 }
 
-void expect_vec4(const hxsdk::vec4& actual, const Vec4& expected, const std::string& what) {
-  expect_near(Vec4{actual.x, actual.y, actual.z, actual.w}, expected, 1e-6, what);
-}
-
-// A light layer as a host gives it: rows 0..2 of its transform the local axes, row 3 the
-// position; white, 100 %, a 90° cone with a 50 % feather.
-host_light white_light(AEGP_LightType type) {
-  host_light light{type, {}, {1.0, 1.0, 1.0, 1.0}, 100.0, 90.0, 50.0, 500.0};
+TEST(SceneLightRecords, EachTypeKeepsOnlyTheFieldsItUsesAndIntensityScalesTheColour) {
+  // A light layer as a host gives it: rows 0..2 of its transform the local axes, row 3 the
+  // position; 100 %, a 90° cone with a 50 % feather.
+  host_light host{AEGP_LightType_PARALLEL, {}, {0.3, 1.0, 0.5, 0.25}, 100.0, 90.0, 50.0, 500.0};
   const double rows[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0.6, 0.8, 0, 100, -50, 250, 1};
   for (int i = 0; i < 16; ++i) {
-    light.layer_to_world.mat[i / 4][i % 4] = rows[i];
+    host.layer_to_world.mat[i / 4][i % 4] = rows[i];
   }
-  return light;
-}
-
-TEST(SceneLightRecords, EachTypeKeepsOnlyTheFieldsItUsesAndIntensityScalesTheColour) {
   for (const AEGP_LightType type : {AEGP_LightType_PARALLEL, AEGP_LightType_SPOT,
                                     AEGP_LightType_POINT, AEGP_LightType_AMBIENT}) {
     const std::string what = "type " + std::to_string(type);
-    const bool directed = type == AEGP_LightType_PARALLEL || type == AEGP_LightType_SPOT;
     const bool spot = type == AEGP_LightType_SPOT;
-    const light_properties light = light_from_host(white_light(type), 1.0f);
+    host.type = type;
+    const light_properties light = light_from_host(host, 1.0f);
     EXPECT_EQ(light.light_type, static_cast<int32_t>(type)) << what;
-    expect_vec4(light.position, {100, -50, 250, 0}, what);
-    expect_vec4(light.direction, directed ? Vec4{0, 0.6, 0.8, 0} : Vec4{}, what);
-    EXPECT_EQ(light.cone_angle, spot ? 90.0f : 0.0f) << what;
-    EXPECT_EQ(light.cone_feather, spot ? 0.5f : 0.0f) << what << ": a percentage";
-    EXPECT_TRUE(light.falloff_type == 0 && light.falloff == 500.0f) << what;
-    expect_vec4(light_from_host(white_light(type), 2.0f).position, {200, -50, 250, 0},
-                what + " with pixels twice as wide");
+    expect_near(light.position, {100, -50, 250, 0}, what);
+    expect_near(light.direction,
+                spot || type == AEGP_LightType_PARALLEL ? Vec4{0, 0.6, 0.8, 0} : Vec4{}, what);
+    EXPECT_TRUE(light.cone_angle == (spot ? 90.0f : 0.0f) && light.falloff_type == 0) << what;
+    EXPECT_EQ(light.cone_feather, spot ? 0.5f : 0.0f) << what << ": the feather is a percentage";
+    EXPECT_EQ(light.falloff, 500.0f) << what;
+    expect_near(light_from_host(host, 2.0f).position, {200, -50, 250, 0}, what + ", wide pixels");
   }
+  // The colour is alpha, red, green, blue; the alpha is not used.
   for (const auto& [intensity, scale] :
        std::vector<std::pair<double, double>>{{100, 1}, {200, 2}, {50, 0.5}, {0, 0}, {-100, 0}}) {
-    host_light host = white_light(AEGP_LightType_POINT);
-    host.color = {0.3, 1.0, 0.5, 0.25};  // alpha, red, green, blue; the alpha is not used
     host.intensity = intensity;
-    expect_vec4(light_from_host(host, 1.0f).color, {scale, 0.5 * scale, 0.25 * scale, 1},
+    expect_near(light_from_host(host, 1.0f).color, {scale, 0.5 * scale, 0.25 * scale, 1},
                 "intensity " + std::to_string(intensity));
   }
-}
-
-TEST(SceneLightRecords, DefaultLightsAreAKeyLightTowardTheOriginAndADimFill) {
+  // Without lights: a white key light from (-10000, -10000, 0) toward the origin, a dim fill.
   const std::vector<light_properties> lights = default_lights();
   ASSERT_EQ(lights.size(), 2u);
   EXPECT_EQ(lights[0].light_type, AEGP_LightType_PARALLEL);
-  expect_vec4(lights[0].position, {-10000, -10000, 0, 0}, "key position");
-  expect_vec4(lights[0].direction, {std::sqrt(0.5), std::sqrt(0.5), 0, 0}, "key direction");
-  expect_vec4(lights[0].color, {1, 1, 1, 1}, "key colour");
+  expect_near(lights[0].position, {-10000, -10000, 0, 0});
+  expect_near(lights[0].direction, {std::sqrt(0.5), std::sqrt(0.5), 0, 0});
+  expect_near(lights[0].color, {1, 1, 1, 1});
   EXPECT_EQ(lights[1].light_type, AEGP_LightType_AMBIENT);
-  expect_vec4(lights[1].position, {}, "fill position");
-  expect_vec4(lights[1].direction, {}, "fill direction");
-  expect_vec4(lights[1].color, {0.2, 0.2, 0.2, 0.2}, "fill colour");
+  expect_near(lights[1].color, {0.2, 0.2, 0.2, 0.2});
+  expect_near(lights[1].position, {});
+  expect_near(lights[1].direction, {});
   for (const light_properties& light : lights) {
     EXPECT_TRUE(light.falloff_type == 0 && light.falloff == 0.0f && light.cone_angle == 0.0f &&
                 light.cone_feather == 0.0f);
@@ -367,53 +319,49 @@ TEST(SceneLightRecords, DefaultLightsAreAKeyLightTowardTheOriginAndADimFill) {
 }
 
 TEST(SceneLightRecords, HostTimesConvertToTheEffectScaleAndLayersLiveUntilJustBeforeTheirEnd) {
-  constexpr A_long kMax = std::numeric_limits<A_long>::max();
-  struct Case {
-    A_Time time;
-    A_u_long effect_scale;
-    A_long expected;
-  };
-  // Truncated toward zero: 1/7 s is 4.29 ticks of 1/30.
-  for (const Case& c : {Case{{30, 30}, 3600, 3600}, Case{{1, 24}, 3600, 150}, Case{{1, 7}, 30, 4},
-                        Case{{-1, 7}, 30, -4}, Case{{5, 3600}, 30, 0}, Case{{0, 0}, 30, 0},
-                        Case{{kMax, 1}, 3600, kMax}}) {
-    EXPECT_EQ(to_effect_time(c.time, c.effect_scale), c.expected)
-        << c.time.value << "/" << c.time.scale << " in 1/" << c.effect_scale;
+  // Value, scale, effect scale, effect time: truncated toward zero (1/7 s is 4.29 ticks of
+  // 1/30), without overflow.
+  const A_long times[][4] = {{30, 30, 3600, 3600},
+                             {1, 24, 3600, 150},
+                             {1, 7, 30, 4},
+                             {-1, 7, 30, -4},
+                             {5, 3600, 30, 0},
+                             {0, 0, 30, 0},
+                             {kEndOfTime, 1, 3600, kEndOfTime}};
+  for (const auto& t : times) {
+    EXPECT_EQ(to_effect_time({t[0], static_cast<A_u_long>(t[1])}, t[2]), t[3])
+        << t[0] << "/" << t[1];
   }
-  EXPECT_FALSE(light_is_live(100, 50, 99));
-  EXPECT_TRUE(light_is_live(100, 50, 100));
-  EXPECT_TRUE(light_is_live(100, 50, 149));
-  EXPECT_FALSE(light_is_live(100, 50, 150));
-  EXPECT_FALSE(light_is_live(100, 0, 100));
-  EXPECT_TRUE(light_is_live(10, kMax, kMax)) << "a layer lasting to the end of time wrapped";
+  // In point, duration, time, live; a layer lasting to the end of time does not wrap around.
+  const A_long lives[][4] = {{100, 50, 99, 0},  {100, 50, 100, 1}, {100, 50, 149, 1},
+                             {100, 50, 150, 0}, {100, 0, 100, 0},  {10, kEndOfTime, kEndOfTime, 1}};
+  for (const auto& l : lives) {
+    EXPECT_EQ(light_is_live(l[0], l[1], l[2]), l[3] == 1)
+        << l[0] << " + " << l[1] << " at " << l[2];
+  }
 }
 
-TEST(SceneMotionBlur, PopupAndHostSwitchesDecideTheSamplesAndTheShutter) {
+TEST(SceneMotionBlur, PopupAndHostSwitchesDecideSamplesAndShutterWhichSpreadTheSubFrames) {
   constexpr AEGP_CompFlags kComp = AEGP_CompFlag_ENABLE_MOTION_BLUR;
   constexpr AEGP_LayerFlags kLayer = AEGP_LayerFlag_MOTION_BLUR;
-  struct Case {
-    std::int32_t popup;
-    AEGP_CompFlags comp_flags;
-    AEGP_LayerFlags layer_flags;
-    std::uint32_t samples;
-    float shutter;
-  };
-  // Composition shutter 1/4 of a frame; the effect's own: 6.4 samples over 270°.
-  for (const Case& c :
-       {Case{kMotionBlurCompSettings, kComp | 0x1, kLayer | 0x1, 6, 0.25f},
-        Case{kMotionBlurCompSettings, kComp, 0x1, 1, 0.5f},
-        Case{kMotionBlurCompSettings, 0x10, kLayer, 1, 0.5f}, Case{kMotionBlurOn, 0, 0, 6, 0.75f},
-        Case{kMotionBlurOn, kComp, kLayer, 6, 0.75f},
-        Case{kMotionBlurOff, kComp, kLayer, 1, 0.5f}}) {
-    const motion_blur_settings settings =
-        choose_motion_blur({c.comp_flags, c.layer_flags, {1, 4}, c.popup, 6.4f, 270.0f});
-    EXPECT_EQ(settings.sample_count, c.samples) << c.popup << " " << c.comp_flags;
-    EXPECT_FLOAT_EQ(settings.shutter_fraction, c.shutter) << c.popup << " " << c.comp_flags;
-  }
-  for (const auto& [slider, expected] : std::vector<std::pair<float, std::uint32_t>>{
-           {3.0f, 3}, {5.49f, 5}, {5.5f, 6}, {6.0f, 6}, {199.6f, 200}}) {
-    EXPECT_EQ(choose_motion_blur({0, 0, {1, 2}, kMotionBlurOn, slider, 180}).sample_count, expected)
-        << "samples rounded to the nearest: " << slider;
+  // The composition's shutter is 1/4 of a frame; the effect's own: 6.4 samples over 270°.
+  const std::pair<motion_blur_inputs, motion_blur_settings> cases[] = {
+      {{kComp | 1, kLayer | 1, {1, 4}, kMotionBlurCompSettings, 6.4f, 270}, {6, 0.25f}},
+      {{kComp, 1, {1, 4}, kMotionBlurCompSettings, 6.4f, 270}, {1, 0.5f}},
+      {{0x10, kLayer, {1, 4}, kMotionBlurCompSettings, 6.4f, 270}, {1, 0.5f}},
+      {{0, 0, {1, 4}, kMotionBlurOn, 6.4f, 270}, {6, 0.75f}},
+      {{kComp, kLayer, {1, 4}, kMotionBlurOn, 6.4f, 270}, {6, 0.75f}},
+      {{kComp, kLayer, {1, 4}, kMotionBlurOff, 6.4f, 270}, {1, 0.5f}},
+      // Samples round to the nearest whole number.
+      {{0, 0, {1, 2}, kMotionBlurOn, 5.49f, 180}, {5, 0.5f}},
+      {{0, 0, {1, 2}, kMotionBlurOn, 5.5f, 180}, {6, 0.5f}},
+      {{0, 0, {1, 2}, kMotionBlurOn, 199.6f, 180}, {200, 0.5f}}};
+  for (const auto& [inputs, expected] : cases) {
+    const motion_blur_settings settings = choose_motion_blur(inputs);
+    EXPECT_TRUE(settings.sample_count == expected.sample_count &&
+                settings.shutter_fraction == expected.shutter_fraction)
+        << inputs.motion_blur << " " << inputs.composition_flags << " " << inputs.samples << ": "
+        << settings.sample_count << " over " << settings.shutter_fraction;
   }
   // Six samples over half a frame of 120 ticks lie a twelfth of a frame, 10 ticks, apart; with
   // one tick per frame every offset truncates to the frame itself; no time wraps around.
@@ -424,8 +372,7 @@ TEST(SceneMotionBlur, PopupAndHostSwitchesDecideTheSamplesAndTheShutter) {
     EXPECT_EQ(sub_frame_time(-240, 120, sample, six), -240 + offset);
     EXPECT_EQ(sub_frame_time(90, 1, sample, six), 90);
   }
-  EXPECT_EQ(sub_frame_time(std::numeric_limits<A_long>::max() - 5, 120, 5, six),
-            std::numeric_limits<A_long>::max());
+  EXPECT_EQ(sub_frame_time(kEndOfTime - 5, 120, 5, six), kEndOfTime);
 }
 
 TEST(SceneMotionBlur, UnusableValuesAreRefusedOnlyWhereTheyWouldBeUsed) {
@@ -455,21 +402,16 @@ TEST(SceneMotionBlur, UnusableValuesAreRefusedOnlyWhereTheyWouldBeUsed) {
   }
 }
 
-PF_Fixed fixed_degrees(double degrees) {
-  return static_cast<PF_Fixed>(std::lround(degrees * 65536.0));
-}
-
 TEST(SceneParamConversions, ParameterValuesBecomeTheRenderersUnits) {
-  const hxsdk::vec4 c = color_from_pixel(PF_Pixel{64, 255, 128, 0});  // alpha, red, green, blue
-  expect_vec4(c, {1.0, 128.0 / 255.0, 0.0, 64.0 / 255.0}, "colour in RGBA order");
+  expect_near(color_from_pixel(PF_Pixel{64, 255, 128, 0}), {1.0, 128 / 255.0, 0.0, 64 / 255.0},
+              "alpha, red, green, blue becomes red, green, blue, alpha");
   for (const double degrees : {0.0, 90.0, -45.0, 180.0, 720.5}) {
-    EXPECT_NEAR(fixed_degrees_to_radians(fixed_degrees(degrees)), degrees * kPi / 180.0,
+    EXPECT_NEAR(fixed_degrees_to_radians(std::lround(degrees * 65536)), degrees * kPi / 180,
                 1e-6 * std::max(1.0, std::abs(degrees)))
         << degrees << " degrees";
   }
   // 90° about x takes y to z, then 90° about y takes z to x: y ends on x.
-  const hxsdk::quaternion q =
-      orientation_from_fixed_degrees(fixed_degrees(90.0), fixed_degrees(90.0), 0);
+  const hxsdk::quaternion q = orientation_from_fixed_degrees(90 << 16, 90 << 16, 0);
   expect_near(times(hxsdk::rotation_matrix(q), {0, 1, 0, 0}), {1, 0, 0, 0}, 1e-5);
   EXPECT_TRUE(flag_from_value(0) == 0 && flag_from_value(1) == 1 && flag_from_value(-7) == 1 &&
               flag_from_value(256) == 1);
@@ -480,56 +422,52 @@ TEST(SceneParamConversions, ParameterValuesBecomeTheRenderersUnits) {
                                                    {1, 2, {960, 540, -200, 0}},
                                                    {2, 1, {960, 270, -100, 0}},
                                                    {2, 4, {3840, 1080, -400, 0}}}) {
-    expect_vec4(sphere_position({480.0, 270.0, -100.0}, aspect, downsample), expected,
+    expect_near(sphere_position({480.0, 270.0, -100.0}, aspect, downsample), expected,
                 std::to_string(aspect) + " / " + std::to_string(downsample));
   }
 }
 
 TEST(SceneStopwatch, ElapsedTimeIsWholeMicrosecondsInMilliseconds) {
-  struct Case {
-    std::int64_t ticks, frequency;
-    double milliseconds;
-  };
   // 1234.567 µs is 1234 µs; under a microsecond is 0; a 10 MHz counter; no overflow.
-  for (const Case& c :
-       {Case{1'234'567, 1'000'000'000, 1.234}, Case{999, 1'000'000'000, 0.0},
-        Case{12'345'678, 10'000'000, 1234.567}, Case{3, 3, 1000.0},
-        Case{9'000'000'000'000'000'000, 1'000'000'000, 9'000'000'000'000.0}, Case{5, 0, 0.0}}) {
-    EXPECT_DOUBLE_EQ(elapsed_milliseconds(c.ticks, c.frequency), c.milliseconds)
-        << c.ticks << " ticks at " << c.frequency << " Hz";
+  for (const auto& [ticks, frequency, milliseconds] :
+       std::vector<std::tuple<std::int64_t, std::int64_t, double>>{
+           {1'234'567, 1'000'000'000, 1.234},
+           {999, 1'000'000'000, 0.0},
+           {12'345'678, 10'000'000, 1234.567},
+           {3, 3, 1000.0},
+           {9'000'000'000'000'000'000, 1'000'000'000, 9'000'000'000'000.0},
+           {5, 0, 0.0}}) {
+    EXPECT_DOUBLE_EQ(elapsed_milliseconds(ticks, frequency), milliseconds) << ticks << " ticks";
   }
   const Stopwatch stopwatch;
   std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  EXPECT_GE(stopwatch.elapsed_milliseconds(), 20.0);
-  EXPECT_LT(stopwatch.elapsed_milliseconds(), 5000.0);
+  const double elapsed = stopwatch.elapsed_milliseconds();
+  EXPECT_TRUE(elapsed >= 20.0 && elapsed < 5000.0) << elapsed;
 }
 
 TEST(SceneTextureSlots, TextureIsReusedOnlyWhenStampSizeAndKindAllMatch) {
-  struct Case {
-    bool state_unchanged;
-    int width, height;
-    TextureKind kind;
-    unsigned int texture;
-    bool reused;
-  };
   constexpr TextureKind kNormals = TextureKind::height_to_normal;
   char pixel = 0;
   // Nothing changed; then the stamp, the width, the height, the kind; no texture yet.
-  for (const Case& c :
-       {Case{true, 64, 32, kNormals, 7, true}, Case{false, 64, 32, kNormals, 7, false},
-        Case{true, 65, 32, kNormals, 7, false}, Case{true, 64, 33, kNormals, 7, false},
-        Case{true, 64, 32, TextureKind::plain, 7, false}, Case{true, 64, 32, kNormals, 0, false}}) {
+  for (const auto& [unchanged, width, height, kind, texture, reused] :
+       std::vector<std::tuple<bool, int, int, TextureKind, unsigned int, bool>>{
+           {true, 64, 32, kNormals, 7, true},
+           {false, 64, 32, kNormals, 7, false},
+           {true, 65, 32, kNormals, 7, false},
+           {true, 64, 33, kNormals, 7, false},
+           {true, 64, 32, TextureKind::plain, 7, false},
+           {true, 64, 32, kNormals, 0, false}}) {
     TextureSlot slot{};
-    slot.texture = c.texture;
+    slot.texture = texture;
     slot.width = 64;
     slot.height = 32;
     slot.kind = static_cast<std::uint32_t>(kNormals);
     image_desc image;
-    image.width = c.width;
-    image.height = c.height;
+    image.width = width;
+    image.height = height;
     image.data = &pixel;
-    EXPECT_EQ(slot_texture_current(slot, c.state_unchanged, image, c.kind), c.reused)
-        << c.width << " x " << c.height << ", texture " << c.texture;
+    EXPECT_EQ(slot_texture_current(slot, unchanged, image, kind), reused)
+        << width << " x " << height << ", texture " << texture;
   }
 }
 

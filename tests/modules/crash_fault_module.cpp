@@ -31,6 +31,7 @@ volatile int recursion_limit = -1;
 
 namespace {
 
+// The handlers of the commands that crash_fault names.
 class FaultingPlugin : public AePluginConnection {
  public:
   void on_do_dialog(CommandContext&) override { crash_test_fault_in_command(); }
@@ -41,10 +42,6 @@ class FaultingPlugin : public AePluginConnection {
 };
 
 }  // namespace
-
-static_assert(crash_fault::kFaultInCommand == PF_Cmd_DO_DIALOG &&
-              crash_fault::kStackOverflowInCommand == PF_Cmd_COMPLETELY_GENERAL &&
-              crash_fault::kFaultInRenderJob == PF_Cmd_ARBITRARY_CALLBACK);
 
 extern "C" [[gnu::visibility("default")]] PF_Err CrashFaultMain(PF_Cmd command, PF_InData* in_data,
                                                                 PF_OutData* out_data,

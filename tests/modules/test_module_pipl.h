@@ -5,35 +5,33 @@
 #include <cstdint>
 #include <string_view>
 
-// Builds, at compile time, the PiPL of a small test module in the layout a host reads from the
-// ".pipl" section: little-endian numbers, four-character codes stored reversed, values padded
-// to four bytes. Only what a host requires (kind, name, entry point, match name) and the
-// category are written.
+// The PiPL of a small test module, built at compile time in the layout a host reads from the
+// ".pipl" section: little-endian numbers, four-character codes stored reversed, each property
+// ("8BIM", key, id 0, length, value padded to four bytes) of those a host requires (kind,
+// name, entry point, match name) and the category.
 namespace test_module {
 
 struct PiplBytes {
-  std::array<unsigned char, 256> data{};
+  std::array<unsigned char, 256> data{};  // zeroed: a C string's NUL and the padding are there
   size_t size = 0;
 
+  enum Value { code, pascal, c_string };
   constexpr void bytes(std::string_view text, bool reversed = false) {
     for (size_t i = 0; i < text.size(); ++i) {
       data[size++] = static_cast<unsigned char>(text[reversed ? text.size() - 1 - i : i]);
     }
   }
-  constexpr void u32(uint32_t value) {
+  constexpr void u32(size_t value) {
     for (int shift = 0; shift < 32; shift += 8) {
       data[size++] = static_cast<unsigned char>(value >> shift);
     }
   }
-  // A property: "8BIM", its key, id 0, the value's length, the value padded to four bytes (the
-  // array is zeroed, so a C string's NUL and the padding are there already).
-  enum Value { code, pascal, c_string };
   constexpr void property(std::string_view key, std::string_view text, Value kind) {
     const size_t length = kind == code ? 4 : text.size() + 1;
     bytes("8BIM", true);
     bytes(key, true);
     u32(0);
-    u32(static_cast<uint32_t>(length));
+    u32(length);
     if (kind == pascal) {
       data[size++] = static_cast<unsigned char>(text.size());
     }
