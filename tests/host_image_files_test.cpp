@@ -29,11 +29,9 @@
 #include "tests/host_temp_folder.h"
 #include "tests/host_test_images.h"
 
-// OpenImageIO 2.4 loses one error string (31 bytes) when libpng abandons a truncated PNG with
-// longjmp; a program of a few lines that only opens and reads such a file with OpenImageIO
-// shows the same leak. Without this, the truncated-file case fails every leak-checked run.
-// The fast unwinder often stops in libstdc++'s string assignment, which keeps no frame pointer,
-// before it reaches OpenImageIO: then that assignment is all the stack names.
+// OpenImageIO 2.4 loses one error string when libpng abandons a truncated PNG with longjmp (a
+// few lines that only read such a file show the same leak). The fast unwinder often stops in
+// libstdc++'s string assignment, which keeps no frame pointer, before it reaches OpenImageIO.
 extern "C" const char* __lsan_default_suppressions() {
   return "leak:OpenImageIO_v2_4::ImageInput::geterror\n"
          "leak:std::__cxx11::basic_string<char, std::char_traits<char>, "
@@ -158,7 +156,7 @@ TEST(FootageReader, EveryFormatAndChannelLayoutBecomesStraightFloatRgba) {
               ElementsAreArray(near({1, 0, 0, 128 * b, 102 * b, 51 * b, 153 * b, 64 * b}, 1e-6f)));
 }
 
-TEST(FootageReader, NanAndInfinityAreReplacedWithOneWarningAndTheDataWindowIsPlaced) {
+TEST(FootageReader, NanAndInfinityAreReplacedWithOneWarningNamingTheFile) {
   const host_test::TempFolder folder;
   const float nan = std::numeric_limits<float>::quiet_NaN();
   const float inf = std::numeric_limits<float>::infinity();
@@ -170,21 +168,6 @@ TEST(FootageReader, NanAndInfinityAreReplacedWithOneWarningAndTheDataWindowIsPla
   EXPECT_EQ(cleaned.warning, "'" + (folder / "dirty.exr").string() +
                                  "': 2 NaN values set to 0, 2 infinite values set to the "
                                  "largest finite float");
-
-  // Display window 4 x 3 at the origin; data window 2 x 1 starting at (1, 1); transparent
-  // black around it.
-  OIIO::ImageSpec layout = image_layout(2, 1, 4, OIIO::TypeDesc::FLOAT);
-  layout.x = layout.y = 1;
-  layout.full_width = 4;
-  layout.full_height = 3;
-  const std::vector<float> stored = {0.1f, 0.2f, 0.3f, 1.0f, 0.4f, 0.5f, 0.6f, 0.5f};
-  write_image(folder / "window.exr", layout, stored.data());
-  const lunaform::host::Footage placed = read_footage(folder / "window.exr");
-  ASSERT_EQ(placed.image.width, 4);
-  ASSERT_EQ(placed.image.height, 3);
-  std::vector<float> expected(4 * 3 * 4, 0.0f);
-  std::copy(stored.begin(), stored.end(), expected.begin() + (1 * 4 + 1) * 4);
-  EXPECT_EQ(placed.image.rgba, expected);
 }
 
 TEST(FootageReader, UnreadableFilesAreRefusedWithOneLineNamingFileAndReason) {
@@ -413,8 +396,7 @@ TEST(FrameWriter, AFileIsReplacedWholeOrLeftAsItWasAndOutputsAreCheckedBeforeRen
 TEST(RenderOptionText, FramesAreInclusiveRunsOfWholeNumbersInsideTheComposition) {
   using lunaform::host::parse_frame_range;
   EXPECT_EQ(parse_frame_range("0-47").size(), 48);
-  EXPECT_EQ(parse_frame_range("12").first, 12);
-  EXPECT_EQ(parse_frame_range("12").last, 12);
+  EXPECT_EQ(parse_frame_range("12").size(), 1);
   EXPECT_THAT(
       [] { parse_frame_range("5-2"); },
       ThrowsMessage<HostError>(StrEq("bad --frames '5-2': the last frame comes before the first")));
@@ -446,32 +428,30 @@ TEST(RenderOptionText, FramesAreInclusiveRunsOfWholeNumbersInsideTheComposition)
 }
 
 TEST(RenderOptionText, RegionsAreRectanglesInsideTheLayer) {
-  const PF_LRect region = lunaform::host::parse_region("10,20,30,40");
+  namespace lh = lunaform::host;
+  const PF_LRect region = lh::parse_region("10,20,30,40");
   EXPECT_THAT(std::vector({region.left, region.top, region.right, region.bottom}),
               ElementsAre(10, 20, 40, 60));
-  const std::pair<std::string, std::string> bad[] = {
-      {"1,2,3", "expected X,Y,WIDTH,HEIGHT"},
-      {"1,2,3,4,5", "expected X,Y,WIDTH,HEIGHT"},
-      {"a,b,c,d", "expected X,Y,WIDTH,HEIGHT"},
-      {"-1,0,5,5", "expected X,Y,WIDTH,HEIGHT"},
-      {"0,0,5,", "expected X,Y,WIDTH,HEIGHT"},
-      {"0,0,0,5", "width and height must be at least 1"},
-      {"0,0,5,0", "width and height must be at least 1"},
-      {"2147483647,0,5,5", "larger than any layer"}};
-  for (const auto& [text, problem] : bad) {
-    EXPECT_THAT([&] { lunaform::host::parse_region(text); },
+  const auto refused = [](const std::string& text, const std::string& problem) {
+    EXPECT_THAT([&] { lh::parse_region(text); },
                 ThrowsMessage<HostError>(HasSubstr("bad --region '" + text + "': " + problem)));
+  };
+  for (const char* text : {"1,2,3", "1,2,3,4,5", "a,b,c,d", "-1,0,5,5", "0,0,5,"}) {
+    refused(text, "expected X,Y,WIDTH,HEIGHT");
   }
+  refused("0,0,0,5", "width and height must be at least 1");
+  refused("0,0,5,0", "width and height must be at least 1");
+  refused("2147483647,0,5,5", "larger than any layer");
   // A 960 x 540 layer: the region may touch every edge but not cross one.
-  EXPECT_NO_THROW(lunaform::host::check_region({0, 0, 960, 540}, {960, 540}));
-  EXPECT_NO_THROW(lunaform::host::check_region({959, 539, 960, 540}, {960, 540}));
+  EXPECT_NO_THROW(lh::check_region({0, 0, 960, 540}, {960, 540}));
+  EXPECT_NO_THROW(lh::check_region({959, 539, 960, 540}, {960, 540}));
   EXPECT_THAT(
       [] {
-        lunaform::host::check_region({900, 0, 961, 10}, {960, 540});
+        lh::check_region({900, 0, 961, 10}, {960, 540});
       },
       ThrowsMessage<HostError>(
           StrEq("--region 900,0,61,10 reaches outside the layer of 960 x 540 pixels")));
-  EXPECT_THROW(lunaform::host::check_region({0, 500, 10, 541}, {960, 540}), HostError);
+  EXPECT_THROW(lh::check_region({0, 500, 10, 541}, {960, 540}), HostError);
 }
 
 TEST(RenderOptionText, OutputNamesGiveTheFrameFileTypeAndDepths) {
@@ -480,8 +460,7 @@ TEST(RenderOptionText, OutputNamesGiveTheFrameFileTypeAndDepths) {
       {"out.####.png", 7, "out.0007.png"},
       {"shots/take.##.exr", 123, "shots/take.123.exr"},
       {"#.png", 0, "0.png"},
-      {"a#b/out.png", 5, "a#b/out.png"},
-  };
+      {"a#b/out.png", 5, "a#b/out.png"}};
   for (const auto& [pattern, frame, file] : names) {
     EXPECT_EQ(lh::frame_file(pattern, frame), file);
     EXPECT_EQ(lh::has_frame_placeholder(pattern), pattern != file) << pattern;

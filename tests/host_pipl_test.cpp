@@ -25,11 +25,6 @@ using lunaform::host::Pipl;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-// Runs `read` and expects a HostError whose message holds `message`.
-void expect_refusal(const std::function<void()>& read, const std::string& message) {
-  EXPECT_THAT(read, testing::ThrowsMessage<HostError>(HasSubstr(message)));
-}
-
 // A minimal ELF64 little-endian image laid out by hand: the file header, each section's bytes,
 // the section name table, then the section headers (null section first, name table last).
 struct ElfImage {
@@ -64,12 +59,12 @@ ElfImage sample_image() {
   add(".shstrtab", names + ".shstrtab" + '\0', SHT_STRTAB);
   data.resize((data.size() + 7) / 8 * 8);  // the section headers aligned, as linkers place them
 
-  Elf64_Ehdr file{.e_type = ET_DYN, .e_machine = EM_X86_64, .e_version = EV_CURRENT};
-  std::memcpy(file.e_ident, ELFMAG, SELFMAG);
-  file.e_ident[EI_CLASS] = ELFCLASS64;
-  file.e_ident[EI_DATA] = ELFDATA2LSB;
-  file.e_ident[EI_VERSION] = EV_CURRENT;
-  file.e_ehsize = sizeof(Elf64_Ehdr);
+  Elf64_Ehdr file{
+      .e_ident = {ELFMAG0, ELFMAG1, ELFMAG2, ELFMAG3, ELFCLASS64, ELFDATA2LSB, EV_CURRENT},
+      .e_type = ET_DYN,
+      .e_machine = EM_X86_64,
+      .e_version = EV_CURRENT,
+      .e_ehsize = sizeof(Elf64_Ehdr)};
   file.e_shoff = sizeof(Elf64_Ehdr) + data.size();
   file.e_shentsize = sizeof(Elf64_Shdr);
   file.e_shnum = static_cast<uint16_t>(headers.size());
@@ -136,7 +131,8 @@ TEST(ElfSection, DamagedImagesAreRefusedWithTheirFault) {
   for (const auto& [damage, message] : cases) {
     ElfImage image = sample_image();
     damage(image);
-    expect_refusal([&] { find_elf_section(image.bytes, ".pipl"); }, message);
+    EXPECT_THAT([&] { find_elf_section(image.bytes, ".pipl"); },
+                testing::ThrowsMessage<HostError>(HasSubstr(message)));
   }
 }
 
@@ -179,9 +175,7 @@ class PiplWriter {
     return value;
   }
   static std::vector<uint8_t> c_string(const std::string& text) {
-    std::vector<uint8_t> value(text.begin(), text.end());
-    value.push_back(0);
-    return value;
+    return {text.c_str(), text.c_str() + text.size() + 1};  // with its terminating NUL
   }
   static std::vector<uint8_t> code(const std::string& text) { return {text.rbegin(), text.rend()}; }
 
@@ -275,7 +269,7 @@ TEST(Pipl, MalformedRecordsAreRefusedWithOneClearMessage) {
       {bare_pipl("", "AEgx").bytes(), "PiPL kind is 'AEgx', not an effect ('eFKT')"},
   };
   for (const auto& [bytes, message] : cases) {
-    expect_refusal([&] { parse_pipl(bytes); }, message);
+    EXPECT_THAT([&] { parse_pipl(bytes); }, testing::ThrowsMessage<HostError>(HasSubstr(message)));
   }
 }
 

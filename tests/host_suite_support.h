@@ -18,15 +18,14 @@ namespace host_test {
 
 using Script = std::function<PF_Err(PF_Cmd, PF_InData*, PF_OutData*, PF_ParamList, void*)>;
 
+// Makes `script` the behaviour of entry() on this thread until destruction.
 class ScriptedEntry {
  public:
-  // Makes `script` the behaviour of entry() on this thread until destruction.
   explicit ScriptedEntry(Script script) : script_(std::move(script)), previous_(current()) {
     current() = this;
   }
   ~ScriptedEntry() { current() = previous_; }
   ScriptedEntry(const ScriptedEntry&) = delete;
-  ScriptedEntry& operator=(const ScriptedEntry&) = delete;
 
   // The function to give the host. Records each command, then runs the script.
   static PF_Err entry(PF_Cmd command, PF_InData* in_data, PF_OutData* out_data, PF_ParamList params,
@@ -64,10 +63,8 @@ class AcquiredSuite {
     }
   }
   AcquiredSuite(const AcquiredSuite&) = delete;
-  AcquiredSuite& operator=(const AcquiredSuite&) = delete;
 
   const Suite* operator->() const { return suite_; }
-  const Suite* get() const { return suite_; }
 
  private:
   SPBasicSuite* basic_;
