@@ -4,17 +4,22 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <exception>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <span>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "renderer/render_client.h"
 #include "renderer/renderer_thread.h"
-#include "scene/model_ref.h"
+#include "renderer/sphere_mesh.h"
 #include "scene/render_data.h"
 #include "tests/gpu_shading_reference.h"
 
@@ -23,17 +28,61 @@
 // textures made through the renderer's own upload path, and read back.
 namespace gpu_render {
 
-// A camera in the host's orientation: world y points down the picture, the eye looks along
-// `forward`, and buffer row 0 is the top of the picture. This is not a free choice: the
-// target's front faces are the clockwise ones, and the mesh's outside faces come out
-// clockwise only when the world-to-window mapping keeps its orientation, which the host's
-// y-down, z-away world does. fov_y is the full vertical angle in degrees.
-render_properties look_at_camera(hxsdk::vec4 eye, hxsdk::vec4 target, float fov_y_degrees,
-                                 int width, int height);
+namespace ref = shading_reference;
 
-// Every field the shading reads, set explicitly: a lit, moderately glossy orange surface
-// with no maps, no reflection and no self-illumination.
-material_properties plain_material();
+// Every field the shading reads set explicitly, the rest 0: a lit, moderately glossy orange
+// surface with no maps, no reflection and no self-illumination.
+inline material_properties plain_material() {
+  material_properties m;
+  m.surface_mode = 2;
+  m.diffuse_blend = m.diffuse_gamma = m.glossiness_gamma = m.illumination_gamma = 1.0f;
+  m.environment_gamma = m.diffuse_brightness = m.glossiness_brightness = 1.0f;
+  m.illumination_brightness = m.environment_brightness = m.normal_amount = m.ambient = 1.0f;
+  m.shadow_light_contrast = 1.0f;
+  m.clip_lighting = m.bump_influence = m.glossiness = m.uv_feathering = 0.5f;
+  m.model_color = {0.8f, 0.6f, 0.4f, 1.0f};
+  m.illumination_color = {0.0f, 0.0f, 0.0f, 1.0f};
+  m.diffuse = 0.9f;
+  m.specular = 0.3f;
+  m.uv_type = m.uv_mode = 1;
+  m.uv_repeat = {1.0f, 1.0f};
+  return m;
+}
+
+// A camera in the host's orientation: world y points down the picture and buffer row 0 is
+// the top of the picture. This is not a free choice: the target's front faces are the
+// clockwise ones, and the mesh's outside faces come out clockwise only when the
+// world-to-window mapping keeps its orientation, which the host's y-down, z-away world does.
+// The view's rows are right, down and -forward; the projection is the textbook symmetric
+// frustum (near 1, far 100000, fov_y the full vertical angle in degrees).
+inline render_properties look_at_camera(hxsdk::vec4 eye, hxsdk::vec4 target, float fov_y, int width,
+                                        int height) {
+  const ref::vec3 e = ref::to_vec3(eye);
+  const ref::vec3 forward = normalize(ref::to_vec3(target) - e);
+  const ref::vec3 right = normalize(ref::vec3{forward.z, 0.0, -forward.x});  // down x forward
+  const ref::vec3 down = {forward.y * right.z - forward.z * right.y,
+                          forward.z * right.x - forward.x * right.z,
+                          forward.x * right.y - forward.y * right.x};
+  const ref::vec3 rows[3] = {right, down, forward * -1.0};
+  render_properties camera;
+  camera.view_size = {static_cast<float>(width), static_cast<float>(height)};
+  for (int r = 0; r < 3; ++r) {
+    const float row[4] = {float(rows[r].x), float(rows[r].y), float(rows[r].z),
+                          -float(dot(rows[r], e))};
+    for (int c = 0; c < 4; ++c) {
+      camera.view_matrix[4 * c + r] = row[c];
+    }
+  }
+  camera.view_matrix[15] = 1.0f;
+  const float f = 1.0f / std::tan(fov_y * 3.14159265f / 360.0f);
+  camera.projection_matrix[0] = f * static_cast<float>(height) / static_cast<float>(width);
+  camera.projection_matrix[5] = f;
+  camera.projection_matrix[10] = (100000.0f + 1.0f) / (1.0f - 100000.0f);
+  camera.projection_matrix[11] = -1.0f;
+  camera.projection_matrix[14] = 2.0f * 100000.0f / (1.0f - 100000.0f);
+  camera.eye_position = {eye.x, eye.y, eye.z, 0.0f};
+  return camera;
+}
 
 // How the host buffer of a frame looks.
 struct output_format {
@@ -47,63 +96,149 @@ struct output_format {
 // 0xA5: a pixel the output did not write keeps it (alpha 165 in 8 bits, a tiny negative
 // number in float).
 struct rendered_image {
-  rendered_image(int width, int height, const output_format& format);
-  int width;
-  int height;
-  int bytes_per_channel;
+  rendered_image(int w, int h, const output_format& format)
+      : width(w),
+        height(h),
+        bytes_per_channel(format.bytes_per_channel),
+        row_bytes(w * 4 * format.bytes_per_channel + format.row_padding),
+        bytes(static_cast<std::size_t>(row_bytes) * h, std::byte{0xA5}) {}
+  int width, height, bytes_per_channel;
   std::int32_t row_bytes;
   std::vector<std::byte> bytes;
 
   // Pixel (x, y) in the buffer's units (0-255, 0-32767 or float).
-  shading_reference::argb pixel(int x, int y) const;
+  ref::argb pixel(int x, int y) const {
+    double c[4] = {};
+    for (int i = 0; i < 4; ++i) {
+      const std::byte* at = &bytes[y * row_bytes + (4 * x + i) * bytes_per_channel];
+      std::uint16_t word = 0;
+      float value = 0.0f;
+      std::memcpy(bytes_per_channel == 2 ? static_cast<void*>(&word) : &value, at,
+                  bytes_per_channel);
+      c[i] = bytes_per_channel == 1   ? std::to_integer<int>(*at)
+             : bytes_per_channel == 2 ? word
+                                      : value;
+    }
+    return {c[0], c[1], c[2], c[3]};
+  }
+
   // The frame description that points the renderer's output at this buffer.
-  render_data output();
+  render_data output() {
+    render_data output;
+    output.output_image = {row_bytes, static_cast<std::uint32_t>(bytes_per_channel), width, height,
+                           bytes.data()};
+    output.inv_downsample_x = output.inv_downsample_y = output.inv_pixel_aspect = 1.0f;
+    output.render_width = width;
+    output.render_height = height;
+    output.bytes_per_channel = static_cast<std::uint8_t>(bytes_per_channel);
+    return output;
+  }
 };
 
-// One render thread with the sphere mesh uploaded.
-class SphereRenderer {
- public:
-  // Starts the render thread (throws what building the renderer throws) and uploads the mesh.
-  SphereRenderer();
+// A suite sharing one render thread with the sphere mesh uploaded: building it costs a GL
+// context, an OpenCL device and the programs.
+class GpuRendererSuite : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    try {
+      thread_ = std::make_unique<RendererThread>();
+      sphere_ = load_sphere_mesh(*thread_);
+    } catch (const std::exception& e) {
+      thread_.reset();
+      failure_ = e.what();
+    }
+  }
+  static void TearDownTestSuite() { thread_.reset(); }
+  void SetUp() override { ASSERT_TRUE(thread_) << "no renderer: " << failure_; }
+
+  // Runs `job` on the render thread, where the renderer's context is current.
+  static void run(const std::function<void(Renderer&)>& job) { thread_->run_on_renderer(job); }
 
   // One frame whose motion-blur samples are the given scenes (same size), accumulated with
-  // weights 1, 1/2, 1/3, ... in that order.
-  rendered_image render(std::span<const shading_reference::sphere_scene> samples,
-                        const output_format& format = {});
-  rendered_image render(const shading_reference::sphere_scene& scene,
-                        const output_format& format = {}) {
+  // weights 1, 1/2, 1/3, ... in that order, one job per operation as the module's client
+  // side posts them.
+  static rendered_image render(std::span<const ref::sphere_scene> samples,
+                               const output_format& format = {}) {
+    rendered_image image(samples[0].width, samples[0].height, format);
+    run([&](Renderer& r) { r.set_output(format.samples, image.output()); });
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+      const ref::sphere_scene& s = samples[i];
+      run([&](Renderer& r) { r.set_render_properties(s.camera); });
+      run([&](Renderer& r) { r.set_lights(s.lights); });
+      run([&](Renderer& r) { r.clear_target(); });
+      run([&](Renderer& r) { r.draw_model(sphere_, s.model_matrix, s.material); });
+      run([&](Renderer& r) { r.accumulate_sample(1.0f / static_cast<float>(i + 1)); });
+    }
+    run([&](Renderer& r) { r.read_output(format.gamma); });
+    return image;
+  }
+  static rendered_image render(const ref::sphere_scene& scene, const output_format& format = {}) {
     return render(std::span(&scene, 1), format);
   }
 
-  // Runs `job` on the render thread, where the renderer's context is current.
-  void run(const std::function<void(Renderer&)>& job) { thread_->run_on_renderer(job); }
-
- private:
-  std::unique_ptr<RendererThread> thread_;
-  model_ref sphere_;
-};
-
-// A suite sharing one SphereRenderer: building it costs a GL context, an OpenCL device and
-// the programs.
-class GpuRendererSuite : public ::testing::Test {
- protected:
-  static void SetUpTestSuite();
-  static void TearDownTestSuite() { renderer_.reset(); }
-  void SetUp() override { ASSERT_TRUE(renderer_) << "no renderer: " << failure_; }
-  static SphereRenderer& renderer() { return *renderer_; }
-  static std::unique_ptr<SphereRenderer> renderer_;
-  static std::string failure_;
+  static inline std::unique_ptr<RendererThread> thread_;
+  static inline model_ref sphere_;
+  static inline std::string failure_;
 };
 
 using rgba = std::array<float, 4>;
 
+// The differences a test found: how many, and what the first five were.
+struct mismatches {
+  int count = 0;
+  std::ostringstream first;
+  template <typename... What>
+  void add(const What&... what) {
+    if (++count <= 5) {
+      ((first << "\n  ") << ... << what);
+    }
+  }
+};
+
 // On the render thread: uploads a width x height float image whose texel (x, y) (row 0
 // first) is texel(x, y) and returns the renderer's texture.
-GLuint upload(Renderer& renderer, int width, int height,
-              const std::function<rgba(int x, int y)>& texel);
+inline GLuint upload(Renderer& renderer, int width, int height,
+                     const std::function<rgba(int x, int y)>& texel) {
+  std::vector<float> argb;
+  for (int i = 0; i < width * height; ++i) {
+    const rgba c = texel(i % width, i / width);
+    argb.insert(argb.end(), {c[3], c[0], c[1], c[2]});
+  }
+  return renderer.upload_texture({width * 16, 4, width, height, argb.data()});
+}
 
 // On the render thread: level `level` of a 2D texture, or of one face of a cube map (face 0
 // to 5 in GL's order), as RGBA floats, rows from t = 0.
-std::vector<rgba> read_level(GLenum target, GLuint texture, int level);
+inline std::vector<rgba> read_level(GLenum target, GLuint texture, int level) {
+  const GLenum binding = target == GL_TEXTURE_2D ? GL_TEXTURE_2D : GL_TEXTURE_CUBE_MAP;
+  glBindTexture(binding, texture);
+  GLint width = 0;
+  GLint height = 0;
+  glGetTexLevelParameteriv(target, level, GL_TEXTURE_WIDTH, &width);
+  glGetTexLevelParameteriv(target, level, GL_TEXTURE_HEIGHT, &height);
+  std::vector<rgba> texels(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+  glGetTexImage(target, level, GL_RGBA, GL_FLOAT, texels.data());
+  glBindTexture(binding, 0);
+  return texels;
+}
+
+// On the render thread: how texture `name` of `binding` (GL_TEXTURE_2D or
+// GL_TEXTURE_CUBE_MAP) samples: the internal format of level 0 (of the +X face), the values
+// of `parameters`, and the width of each level from 0 to `last_level`.
+inline std::vector<GLint> texture_state(GLenum binding, GLuint name,
+                                        std::initializer_list<GLenum> parameters, int last_level) {
+  const GLenum image = binding == GL_TEXTURE_2D ? binding : GL_TEXTURE_CUBE_MAP_POSITIVE_X;
+  std::vector<GLint> state(1);
+  glBindTexture(binding, name);
+  glGetTexLevelParameteriv(image, 0, GL_TEXTURE_INTERNAL_FORMAT, &state[0]);
+  for (const GLenum parameter : parameters) {
+    glGetTexParameteriv(binding, parameter, &state.emplace_back());
+  }
+  for (int level = 0; level <= last_level; ++level) {
+    glGetTexLevelParameteriv(image, level, GL_TEXTURE_WIDTH, &state.emplace_back());
+  }
+  glBindTexture(binding, 0);
+  return state;
+}
 
 }  // namespace gpu_render

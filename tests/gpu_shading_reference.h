@@ -1,7 +1,10 @@
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "scene/light_properties.h"
@@ -23,6 +26,9 @@ struct vec3 {
   friend vec3 operator*(vec3 a, double s) { return {a.x * s, a.y * s, a.z * s}; }
   friend double dot(vec3 a, vec3 b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
   friend vec3 normalize(vec3 v) { return v * (1.0 / std::sqrt(dot(v, v))); }
+  friend vec3 cross(vec3 a, vec3 b) {
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+  }
 };
 inline vec3 to_vec3(const hxsdk::vec4& v) {
   return {v.x, v.y, v.z};
@@ -41,8 +47,9 @@ struct argb {
   double a = 0.0, r = 0.0, g = 0.0, b = 0.0;
 };
 
-// One frame as the renderer is asked to draw it: output size, camera, the sphere's placement
-// (translation x rotation x uniform scale of the unit sphere), its material and the lights.
+// One frame as the renderer is asked to draw it: output size, camera (a perspective one whose
+// eye_position is its centre of projection), the sphere's placement (translation x rotation
+// x uniform scale of the unit sphere), its material and the lights.
 struct sphere_scene {
   int width = 0;
   int height = 0;
@@ -52,38 +59,162 @@ struct sphere_scene {
   std::vector<light_properties> lights;
 };
 
-// --- Values the draw derives from the material record ---
+constexpr double kPi = 3.14159265358979323846;
+constexpr int kLightSlots = 8;
+constexpr double kHemisphereCutY = 0.00001;
 
-// min(x, 1) * 2^(1.5 max(0, x - 1)): values up to 1 pass, every further unit multiplies by
-// 2^1.5.
-double shadow_light_contrast_exponent(double contrast);
-// (1 - f)^2 * 64 + 1: 1 for the softest box blend (f = 1), 65 for the hardest (f = 0).
-double box_feathering_exponent(double uv_feathering);
-// cos(cone_angle / 2) with the angle in degrees.
-double spot_cone_cos(double cone_angle_degrees);
+// A 4 x 4 double matrix stored like hxsdk::mat4: column by column, for column vectors.
+struct dmat4 {
+  std::array<double, 16> e{};
+  double at(int row, int column) const { return e[4 * column + row]; }
+  vec3 row(int r) const { return {at(r, 0), at(r, 1), at(r, 2)}; }
+  vec3 column(int c) const { return {at(0, c), at(1, c), at(2, c)}; }
+  // The matrix of a . b: entry (r, c) sums a(r, k) b(k, c); i runs over every (r, k, c).
+  friend dmat4 operator*(const dmat4& a, const dmat4& b) {
+    dmat4 p;
+    for (int i = 0; i < 64; ++i) {
+      p.e[i / 16 * 4 + i % 4] += a.at(i % 4, i / 4 % 4) * b.at(i / 4 % 4, i / 16);
+    }
+    return p;
+  }
+};
+inline dmat4 widen(const hxsdk::mat4& m) {
+  dmat4 d;
+  for (int i = 0; i < 16; ++i) {
+    d.e[i] = m[i];
+  }
+  return d;
+}
+
+inline rgba to_rgba(const hxsdk::vec4& v) {
+  return {v.x, v.y, v.z, v.w};
+}
+inline double clamp01(double x) {
+  return std::clamp(x, 0.0, 1.0);
+}
+inline double smoothstep01(double x) {
+  const double t = clamp01(x);
+  return t * t * (3.0 - 2.0 * t);
+}
+
+// OpenCL's saturating conversion to an unsigned integer type with its default rounding
+// towards zero; NaN becomes 0.
+inline double saturate_truncate(double v, double maximum) {
+  return !(v > 0.0) ? 0.0 : v >= maximum ? maximum : std::trunc(v);
+}
+
+// 16 bits: halving maps 65535 to 32767, the host's 16-bit range without its white 32768.
+inline double to_channel(double v, int bytes_per_channel) {
+  return bytes_per_channel == 1   ? saturate_truncate(v * 255.0, 255.0)
+         : bytes_per_channel == 2 ? std::floor(saturate_truncate(v * 65535.0, 65535.0) / 2.0)
+                                  : v;
+}
 
 // --- Shading formulas, each named after what it computes ---
 
+// min(x, 1) * 2^(1.5 max(0, x - 1)): values up to 1 pass, every further unit multiplies by
+// 2^1.5.
+inline double shadow_light_contrast_exponent(double contrast) {
+  return std::min(contrast, 1.0) * std::pow(2.0, 1.5 * std::max(0.0, contrast - 1.0));
+}
+
+// (1 - f)^2 * 64 + 1: 1 for the softest box blend (f = 1), 65 for the hardest (f = 0).
+inline double box_feathering_exponent(double uv_feathering) {
+  return (1.0 - uv_feathering) * (1.0 - uv_feathering) * 64.0 + 1.0;
+}
+
+// cos(cone_angle / 2) with the angle in degrees.
+inline double spot_cone_cos(double cone_angle_degrees) {
+  return std::cos(cone_angle_degrees * kPi / 360.0);
+}
+
 // Strength of a spot light at a point whose direction from the light makes cos_to_axis with
-// the spot axis.
-double spot_factor(double cos_to_axis, double cone_cos, double feather);
+// the spot axis. With feather > 0 the strength ramps linearly in angle from 0 at the cone's half
+// angle h to 1 at h (1 - feather); smoothstep then rounds both ends of the ramp and the square
+// darkens its outer part.
+inline double spot_factor(double cos_to_axis, double cone_cos, double feather) {
+  double a = 1.0;
+  if (cos_to_axis <= cone_cos) {
+    a = 0.0;
+  } else if (feather > 0.0) {
+    const double half_angle = std::acos(cone_cos);
+    a = clamp01(std::max(0.0, (half_angle - std::acos(cos_to_axis)) / half_angle) / feather);
+  }
+  const double s = smoothstep01(a);
+  return clamp01(s * s);
+}
+
 // How much light still reaches a flat surface at nf_dot_l = Nf.L past the terminator.
-double terminator_factor(double nf_dot_l, double clip_lighting);
-// Microfacet highlight (GGX distribution, Schlick-GGX visibility) for roughness 1 - g.
-double specular_term(vec3 n, double roughness, double n_dot_l_clamped, vec3 h, vec3 v);
-// Weight of the self-illumination at n_dot_v = N.V (clamped to 0..1 by the caller).
-double illumination_fresnel(double n_dot_v, double strength, double bias);
-// Alpha factor of the soft edge at v_dot_nf = V.Nf.
-double edge_alpha_factor(double v_dot_nf, double edge_feather, double edge_shrink);
+// Linear in Nf.L: 1 where the surface faces the light, 0 from Nf.L = -(1 - 0.99 clip) on.
+inline double terminator_factor(double nf_dot_l, double clip_lighting) {
+  return 1.0 - clamp01(nf_dot_l * -(1.0 / (1.0 - clip_lighting * 0.99)));
+}
 
-// The light list as the program receives it.
+// Microfacet highlight for roughness 1 - g. D: GGX normal distribution with alpha = r'^3, r' the
+// roughness lifted to 0.125..1 so that a mirror does not become an infinitely thin spike. Gv, Gl:
+// Schlick-GGX visibility terms in the form 1 / (x (1 - k) + k), k = alpha / 2, which fold the 1 /
+// (N.V) and 1 / (N.L) of the Cook-Torrance denominator in. The result D Gv Gl / 4 is then weighted
+// by N.V (the caller weights by N.L).
+inline double specular_term(vec3 n, double roughness, double n_dot_l_clamped, vec3 h, vec3 v) {
+  const double n_dot_h = std::max(0.0, dot(n, h));
+  const double lifted = roughness * 0.875 + 0.125;
+  const double alpha = lifted * lifted * lifted;
+  const double alpha2 = alpha * alpha;
+  const double q = n_dot_h * n_dot_h * (alpha2 - 1.0) + 1.0;
+  const double distribution = alpha2 / (3.1415927 * q * q);
+  const double k = alpha / 2.0;
+  const double n_dot_v = std::max(0.0, dot(n, v));
+  const double visibility_v = 1.0 / (n_dot_v * (1.0 - k) + k);
+  const double visibility_l = 1.0 / (n_dot_l_clamped * (1.0 - k) + k);
+  return distribution * visibility_v * visibility_l / 4.0 * n_dot_v;
+}
+
+// Weight of the self-illumination at n_dot_v = N.V (clamped to 0..1 by the caller): a
+// blend of the curve y^bias with 1 by |strength|: y = 1 - N.V brightens the rim
+// (strength > 0), y = N.V the centre (strength <= 0). Off below bias 0.01.
+inline double illumination_fresnel(double n_dot_v, double strength, double bias) {
+  if (bias < 0.01) {
+    return 1.0;
+  }
+  const double y = strength > 0.0 ? 1.0 - n_dot_v : n_dot_v;
+  return std::pow(y, bias) * std::abs(strength) + (1.0 - std::abs(strength));
+}
+
+// Alpha factor of the soft edge at v_dot_nf = V.Nf. ed: the angle between view and normal mapped
+// linearly to 1 (facing) .. 0 (silhouette); shrink moves the edge inwards, feather is the width of
+// the ramp from 0 to 1 above it.
+inline double edge_alpha_factor(double v_dot_nf, double edge_feather, double edge_shrink) {
+  if (!(edge_feather > 0.0 || edge_shrink > 0.0)) {
+    return 1.0;
+  }
+  const double f = std::max(0.001, edge_feather);
+  const double ed = 1.0 - std::acos(std::clamp(v_dot_nf, 0.0, 1.0)) / (kPi * 0.5);
+  const double sd = clamp01((ed - edge_shrink) / (1.0 - edge_shrink * 0.999));
+  return clamp01(1.0 - (f - sd) / f);
+}
+
+// The light list as the program receives it: at most 8 slots, in list order, and the sum
+// of the ambient colours met before the slots ran out.
 struct packed_lights {
-  std::vector<light_properties> slots;  // at most 8, in list order
-  rgba ambient;                         // sum of the ambient colours met before the slots ran out
+  std::vector<light_properties> slots;
+  rgba ambient;
 };
-packed_lights pack_light_list(const std::vector<light_properties>& lights);
+inline packed_lights pack_light_list(const std::vector<light_properties>& lights) {
+  packed_lights packed;
+  for (const light_properties& l : lights) {
+    if (static_cast<int>(packed.slots.size()) == kLightSlots) {
+      break;
+    }
+    if (l.light_type == kLightAmbient) {
+      packed.ambient = packed.ambient + to_rgba(l.color);
+    } else {
+      packed.slots.push_back(l);
+    }
+  }
+  return packed;
+}
 
-// --- Geometry ---
+// --- Geometry and the draw ---
 
 // One fragment of the sphere as the fragment stage sees it.
 struct surface_fragment {
@@ -99,27 +230,218 @@ struct ray_hits {
   std::optional<surface_fragment> front;
   std::optional<surface_fragment> back;
 };
-ray_hits drawn_fragments(const sphere_scene& scene, double window_x, double window_y);
+// Both points where the ray through window position (wx, wy) meets the sphere, before
+// culling: the near one sees the outside, the far one the inside.
+inline ray_hits sphere_hits(const sphere_scene& scene, double wx, double wy) {
+  // The view ray through a window position is where the planes clip.x = ndc_x clip.w and
+  // clip.y = ndc_y clip.w meet: it leaves the eye along the cross product of their normals,
+  // the way clip.w grows (in front of the eye).
+  const dmat4 clip = widen(scene.camera.projection_matrix) * widen(scene.camera.view_matrix);
+  const vec3 eye = to_vec3(scene.camera.eye_position);
+  vec3 d = normalize(cross(clip.row(0) - clip.row(3) * (2.0 * wx / scene.width - 1.0),
+                           clip.row(1) - clip.row(3) * (2.0 * wy / scene.height - 1.0)));
+  d = dot(d, clip.row(3)) > 0.0 ? d : d * -1.0;
+  // The model matrix carries the unit sphere to centre c and radius r (a uniform scale L):
+  // |eye + s d - c|^2 = r^2 is a quadratic in s, and a world point p is the model point
+  // L^T (p - c) / r^2.
+  const dmat4 model = widen(scene.model_matrix);
+  const vec3 c = model.column(3);
+  const double r2 = dot(model.column(0), model.column(0));
+  const vec3 oc = eye - c;
+  const double b = dot(oc, d);
+  const double discriminant = b * b - dot(oc, oc) + r2;
+  ray_hits hits;
+  for (const double s : {-b - std::sqrt(discriminant), -b + std::sqrt(discriminant)}) {
+    if (discriminant < 0.0 || s <= 0.0) {
+      continue;  // a miss, or behind the eye
+    }
+    surface_fragment f;
+    f.world_position = eye + d * s;
+    const vec3 p = f.world_position - c;
+    f.model_position =
+        vec3{dot(model.column(0), p), dot(model.column(1), p), dot(model.column(2), p)} *
+        (1.0 / r2);
+    const vec3 n = normalize(p);
+    const bool outside = dot(n, eye - f.world_position) > 0.0;
+    f.flat_normal = outside ? n : n * -1.0;
+    (outside ? hits.front : hits.back) = f;
+  }
+  return hits;
+}
+
+// Accumulated direct light of one fragment.
+struct direct_light {
+  double amount = 1.0;                  // A: signed, drives the illumination's shadow/light split
+  rgba diffuse = {1.0, 1.0, 1.0, 1.0};  // Ld; unlit surfaces take the material colour as it is
+  rgba specular;                        // Ls
+};
+
+inline direct_light lit_light(const sphere_scene& scene, vec3 p, vec3 v, vec3 nf) {
+  const material_properties& m = scene.material;
+  const packed_lights packed = pack_light_list(scene.lights);
+  const vec3 n = nf;  // without a normal map the shading normal is the flat one
+  direct_light d{0.0, {}, {}};
+  for (const light_properties& l : packed.slots) {
+    const vec3 to_light = l.light_type == kLightParallel ? normalize(to_vec3(l.direction) * -1.0)
+                                                         : normalize(to_vec3(l.position) - p);
+    const double spot = l.light_type == kLightSpot
+                            ? spot_factor(-dot(to_vec3(l.direction), to_light),
+                                          spot_cone_cos(l.cone_angle), l.cone_feather)
+                            : 1.0;
+    const double nf_dot_l = dot(nf, to_light);
+    const double n_dot_l = dot(n, to_light);
+    const double n_dot_l_clamped = std::max(0.0, n_dot_l);
+    const double k = terminator_factor(nf_dot_l, m.clip_lighting);
+    const double grey = clamp01((l.color.x + l.color.y + l.color.z) / 3.0);
+    // The bump influence mixes the flat and shading normals' N.L into the light amount.
+    d.amount += spot * (nf_dot_l + (n_dot_l - nf_dot_l) * m.bump_influence * k) * grey;
+    const double reach = spot * n_dot_l_clamped * k;
+    const double highlight =
+        specular_term(n, 1.0 - m.glossiness, n_dot_l_clamped, normalize(to_light + v), v);
+    d.specular = d.specular + to_rgba(l.color) * (reach * highlight);
+    d.diffuse = d.diffuse + to_rgba(l.color) * reach;
+  }
+  d.specular = d.specular * m.specular;
+  d.diffuse = d.diffuse * m.diffuse + packed.ambient * m.ambient;
+  return d;
+}
+
+inline rgba shade_fragment(const sphere_scene& scene, const surface_fragment& fragment) {
+  const material_properties& m = scene.material;
+  const vec3 v = normalize(to_vec3(scene.camera.eye_position) - fragment.world_position);
+  const vec3 nf = fragment.flat_normal;
+  const direct_light light =
+      m.unlit != 0 ? direct_light{} : lit_light(scene, fragment.world_position, v, nf);
+
+  // Self-illumination, split into the share on the shadow side and the share on the light
+  // side by the light amount A.
+  const double fresnel = illumination_fresnel(clamp01(dot(nf, v)), m.fresnel, m.fresnel_bias);
+  const double t = clamp01(light.amount + m.shadow_light_expansion);
+  const double contrast = shadow_light_contrast_exponent(m.shadow_light_contrast);
+  const double split = m.shadow_light;
+  const double shadow_share =
+      std::pow(1.0 - t, contrast) * std::max(0.0, 1.0 - std::max(0.0, split));
+  const double light_share = std::pow(t, contrast) * std::max(0.0, 1.0 - std::max(0.0, -split));
+
+  // Without a diffuse map D = 1, and without an environment map both environment terms are 0.
+  const rgba base = to_rgba(m.model_color);
+  rgba c = {base.r * light.diffuse.r, base.g * light.diffuse.g, base.b * light.diffuse.b, 0.0};
+  c = c + light.specular + to_rgba(m.illumination_color) * (fresnel * (shadow_share + light_share));
+  c.a = base.a * edge_alpha_factor(dot(v, nf), m.edge_feather, m.edge_shrink);
+  return {c.r * c.a, c.g * c.a, c.b * c.a, c.a};
+}
+
+// The fragments that the draw's passes keep where the ray through window position
+// (window_x, window_y) meets the sphere: culling by surface mode, then the hemisphere cut.
+inline ray_hits drawn_fragments(const sphere_scene& scene, double window_x, double window_y) {
+  ray_hits hits = sphere_hits(scene, window_x, window_y);
+  const int mode = scene.material.surface_mode;
+  if (mode == 3) {
+    hits.front.reset();  // Back: the outside culled
+  } else if (mode != 1) {
+    hits.back.reset();  // Front and anything else: the inside culled
+  }
+  if (scene.material.flatten_bottom != 0) {
+    for (std::optional<surface_fragment>* f : {&hits.front, &hits.back}) {
+      if (*f && (*f)->model_position.y > kHemisphereCutY) {
+        f->reset();
+      }
+    }
+  }
+  return hits;
+}
 
 // The premultiplied colour the draw leaves in pixel (x, y) of the target (back pass first,
 // front pass blended over it for surface mode All), or nothing when no fragment is drawn.
 // Row y is the output buffer's row y.
-std::optional<rgba> material_pixel(const sphere_scene& scene, int x, int y);
+inline std::optional<rgba> material_pixel(const sphere_scene& scene, int x, int y) {
+  const ray_hits drawn = drawn_fragments(scene, x + 0.5, y + 0.5);
+  if (!drawn.front && !drawn.back) {
+    return std::nullopt;
+  }
+  // The back pass writes unblended into a target cleared to 0; the front pass then blends
+  // with colour factors (SRC_ALPHA, ONE_MINUS_SRC_ALPHA) and alpha factors (ONE,
+  // ONE_MINUS_SRC_ALPHA). The program's colour is already premultiplied, so the colour
+  // channels end up multiplied by alpha twice: that is what GL computes.
+  rgba target = drawn.back ? shade_fragment(scene, *drawn.back) : rgba{};
+  if (drawn.front) {
+    const rgba source = shade_fragment(scene, *drawn.front);
+    if (scene.material.surface_mode == 1) {
+      const double keep = 1.0 - source.a;
+      target = {source.r * source.a + target.r * keep, source.g * source.a + target.g * keep,
+                source.b * source.a + target.b * keep, source.a + target.a * keep};
+    } else {
+      target = source;
+    }
+  }
+  return target;
+}
 
 // True when pixel (x, y) is at least a pixel away from every place where the picture
 // changes abruptly (the silhouette, the hemisphere cut, a spot cone's edge) and no drawn
 // surface is seen at a grazing angle; the mesh's facets differ from the analytic sphere only
 // there by more than a small fraction of a pixel.
-bool pixel_is_clear_of_edges(const sphere_scene& scene, int x, int y);
+inline bool pixel_is_clear_of_edges(const sphere_scene& scene, int x, int y) {
+  constexpr double kMinimumFacing = 0.15;
+  const packed_lights packed = pack_light_list(scene.lights);
+  // What the picture is made of at one window position: which passes draw there, and for
+  // each drawn fragment which spot cones it lies in.
+  const auto signature = [&](double wx, double wy) {
+    const ray_hits drawn = drawn_fragments(scene, wx, wy);
+    std::vector<bool> s{drawn.front.has_value(), drawn.back.has_value()};
+    for (const std::optional<surface_fragment>* f : {&drawn.front, &drawn.back}) {
+      for (const light_properties& l : packed.slots) {
+        if (*f && l.light_type == kLightSpot) {
+          const vec3 from_light = normalize((*f)->world_position - to_vec3(l.position));
+          s.push_back(dot(to_vec3(l.direction), from_light) > spot_cone_cos(l.cone_angle));
+        }
+      }
+    }
+    return s;
+  };
+  const std::vector<bool> centre = signature(x + 0.5, y + 0.5);
+  for (int dy = -1; dy <= 1; ++dy) {
+    for (int dx = -1; dx <= 1; ++dx) {
+      if (signature(x + 0.5 + dx, y + 0.5 + dy) != centre) {
+        return false;
+      }
+    }
+  }
+  const ray_hits drawn = drawn_fragments(scene, x + 0.5, y + 0.5);
+  for (const std::optional<surface_fragment>* f : {&drawn.front, &drawn.back}) {
+    if (*f) {
+      const vec3 v = normalize(to_vec3(scene.camera.eye_position) - (*f)->world_position);
+      if (dot(v, (*f)->flat_normal) < kMinimumFacing) {
+        return false;
+      }
+    }
+  }
+  return true;
+}
 
 // Fraction of pixel (x, y) covered by drawn fragments, sampled on an n x n grid.
-double covered_fraction(const sphere_scene& scene, int x, int y, int n);
-
-// --- Output conversion ---
+inline double covered_fraction(const sphere_scene& scene, int x, int y, int n) {
+  int covered = 0;
+  for (int j = 0; j < n; ++j) {
+    for (int i = 0; i < n; ++i) {
+      const ray_hits drawn = drawn_fragments(scene, x + (i + 0.5) / n, y + (j + 0.5) / n);
+      covered += (drawn.front || drawn.back) ? 1 : 0;
+    }
+  }
+  return static_cast<double>(covered) / (n * n);
+}
 
 // The output kernel's pixel: alpha clamped to 0..1, colour divided by it when positive,
 // colour raised to gamma, then converted to the buffer's channel type (8 bits:
 // trunc(v * 255) saturated; 16 bits: trunc(v * 65535) saturated, halved; 32 bits: as is).
-argb output_pixel(const rgba& premultiplied, double gamma, int bytes_per_channel);
+inline argb output_pixel(const rgba& premultiplied, double gamma, int bytes_per_channel) {
+  const double a = clamp01(premultiplied.a);
+  const double divisor = a > 0.0 ? a : 1.0;
+  const auto channel = [&](double premultiplied_value) {
+    return to_channel(std::pow(premultiplied_value / divisor, gamma), bytes_per_channel);
+  };
+  return {to_channel(a, bytes_per_channel), channel(premultiplied.r), channel(premultiplied.g),
+          channel(premultiplied.b)};
+}
 
 }  // namespace shading_reference
