@@ -446,28 +446,19 @@ TEST(SceneStopwatch, ElapsedTimeIsWholeMicrosecondsInMilliseconds) {
 }
 
 TEST(SceneTextureSlots, TextureIsReusedOnlyWhenStampSizeAndKindAllMatch) {
-  constexpr TextureKind kNormals = TextureKind::height_to_normal;
+  constexpr std::uint32_t kNormals = static_cast<std::uint32_t>(TextureKind::height_to_normal);
   char pixel = 0;
-  // Nothing changed; then the stamp, the width, the height, the kind; no texture yet.
-  for (const auto& [unchanged, width, height, kind, texture, reused] :
-       std::vector<std::tuple<bool, int, int, TextureKind, unsigned int, bool>>{
-           {true, 64, 32, kNormals, 7, true},
-           {false, 64, 32, kNormals, 7, false},
-           {true, 65, 32, kNormals, 7, false},
-           {true, 64, 33, kNormals, 7, false},
-           {true, 64, 32, TextureKind::plain, 7, false},
-           {true, 64, 32, kNormals, 0, false}}) {
-    TextureSlot slot{};
-    slot.texture = texture;
-    slot.width = 64;
-    slot.height = 32;
-    slot.kind = static_cast<std::uint32_t>(kNormals);
-    image_desc image;
-    image.width = width;
-    image.height = height;
-    image.data = &pixel;
-    EXPECT_EQ(slot_texture_current(slot, unchanged, image, kind), reused)
-        << width << " x " << height << ", texture " << texture;
+  // Stamp unchanged, width, height, kind, texture, reused: nothing changed; then the stamp, the
+  // width, the height, the kind; no texture yet.
+  const std::uint32_t cases[][6] = {{1, 64, 32, kNormals, 7, 1}, {0, 64, 32, kNormals, 7, 0},
+                                    {1, 65, 32, kNormals, 7, 0}, {1, 64, 33, kNormals, 7, 0},
+                                    {1, 64, 32, 0, 7, 0},        {1, 64, 32, kNormals, 0, 0}};
+  for (const auto& c : cases) {
+    const TextureSlot slot{c[4], 64, 32, {}, kNormals};
+    const image_desc image{0, 1, static_cast<int32_t>(c[1]), static_cast<int32_t>(c[2]), &pixel};
+    EXPECT_EQ(slot_texture_current(slot, c[0] == 1, image, static_cast<TextureKind>(c[3])),
+              c[5] == 1)
+        << c[1] << " x " << c[2] << ", kind " << c[3] << ", texture " << c[4];
   }
 }
 
