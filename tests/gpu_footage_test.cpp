@@ -1,7 +1,6 @@
 // Footage through the map parameters of the effect's own plug-in object in a host, with the
-// real renderer: the GL textures it ends up holding at every bit depth, what frames and
-// motion-blur samples upload while a layer stays the same, changes or breaks, and the layers
-// a frame must survive.
+// real renderer: the textures it holds at every depth, what frames upload while a layer stays
+// the same, changes or breaks, and the layers a frame must survive.
 #include <OpenImageIO/imageio.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -29,9 +28,8 @@ using testing::IsEmpty;
 using Loads = std::vector<std::string>;
 
 // The effect's own plug-in object (or a test's subclass, through `entry`) in a host that
-// renders a small sphere (radius 12, in a 64 x 36 layer, no GPU multisampling, so frames are
-// quick) with the footage `layers` through the host's frame path: footage refresh, Smart
-// PreRender, Smart Render.
+// renders a small, quick sphere (radius 12 in 64 x 36, no multisampling) beside `layers`
+// through the host's frame path: footage refresh, Smart PreRender, Smart Render.
 class FootageHost {
  public:
   explicit FootageHost(const std::vector<lunaform::host::Layer>& layers,
@@ -56,10 +54,9 @@ class FootageHost {
     return e2e_scene::effect_of(host.composition()).params;
   }
 
-  // Renders composition frame `frame` at `bits` per channel into `output`; returns the
-  // "Load Layer <id>" parts of the module's lines, sorted, and keeps in `load_times` the
-  // host's current time (seconds) when each was written, inside the command on the host's
-  // thread. The host must have no complaint.
+  // Renders frame `frame` at `bits` per channel into `output` without a complaint from the
+  // host; returns the "Load Layer <id>" lines, sorted, and keeps in `load_times` the host's
+  // time (seconds) when each was written, inside the command.
   Loads render(int frame = 0, int bits = 8) {
     host.settings().bits_per_channel = bits;
     Loads loads;
@@ -93,9 +90,8 @@ class FootageHost {
     return result;
   }
 
-  // Empty when level 0 of the 2D texture `name` is `width` texels wide and holds the RGBA
-  // floats `expected` (to a few units in the last place: the input transfer divides with
-  // relaxed precision); otherwise its size or what differs.
+  // Empty when level 0 of texture `name` is `width` texels wide and holds the RGBA floats
+  // `expected` to a few units in the last place (relaxed division); else what differs.
   std::string texture_mismatch(unsigned int name, int width, const std::vector<float>& expected) {
     std::vector<GLint> level0;
     std::vector<gpu_render::rgba> got;
@@ -128,10 +124,9 @@ class FootageHost {
   }
 };
 
-// Writes straight float RGBA `rgba` (rows from the top) as file `name` in `folder` with
-// `channels` channels of `type`; returns a footage layer of it and the values as the file
-// stores them: as OpenImageIO decodes it (integers divided by their maximum), alpha 1 where
-// the file has none.
+// Writes straight float RGBA `rgba` as file `name` with `channels` channels of `type`;
+// returns a footage layer of it and its values as OpenImageIO decodes them (integers over
+// their maximum), alpha 1 where the file has none.
 std::pair<lunaform::host::Layer, std::vector<float>> footage(
     const host_test::TempFolder& folder, const std::string& name, int width,
     std::vector<float> rgba, int channels = 4, OIIO::TypeDesc type = OIIO::TypeDesc::UINT8) {
@@ -157,8 +152,7 @@ std::pair<lunaform::host::Layer, std::vector<float>> footage(
   return {host_test::footage_layer(name, file), rgba};
 }
 
-// The maps that take a layer as it is ("Use Normal Map" on for the bump map), in the order
-// of their parameter ids, which their "Load Layer" lines carry.
+// The maps that take a layer as it is ("Use Normal Map" on), in the order of their ids.
 const std::string kPlainMaps[] = {"Diffuse Layer", "Glossiness Layer", "Illumination Layer",
                                   "Bump Map Layer"};
 const Loads kPlainMapLoads = {"Load Layer 502", "Load Layer 504", "Load Layer 506",
@@ -185,9 +179,9 @@ TEST(GpuFootage, EveryFileKindReachesEveryMapAsTheHostChecksItOutAtEachDepth) {
                {"exr", 4, OIIO::TypeDesc::FLOAT, -0.25f, 1.5f},
                // Radiance's shared-exponent pixels hold no negative values.
                {"hdr", 3, OIIO::TypeDesc::FLOAT, 0.0f, 1.5f}};
-  // One 16 x 8 file of every kind per map, each with its own pattern, in which every pixel,
-  // channel and pattern differs from its neighbours, so a swapped channel, a flipped row or
-  // a mixed-up layer shows; alpha runs over 0..1 too, so colour that is not straight shows.
+  // One 16 x 8 file of every kind per map, each pattern different in every pixel and
+  // channel (a swapped channel, a flipped row or a mixed-up layer shows), alpha too (colour
+  // that is not straight shows).
   const host_test::TempFolder folder;
   std::vector<lunaform::host::Layer> layers;
   std::map<std::string, std::vector<float>> stored;
@@ -262,10 +256,9 @@ TEST(GpuFootage, EveryFileKindReachesEveryMapAsTheHostChecksItOutAtEachDepth) {
   EXPECT_EQ(live_textures(), without_maps + 5) << "the old bump texture and the uploads are gone";
 }
 
-// A footage layer is uploaded in the first sample of the first frame and not again while
-// its file stays the same; a rewritten file is uploaded once more and its old texture
-// deleted; a file that no longer reads keeps the last texture and warns once; a parameter
-// emptied deletes its texture.
+// Uploaded in the first sample of the first frame and not again while the file stays the
+// same; a rewritten file once more, its old texture deleted; a file that no longer reads
+// keeps the last texture and warns once; an emptied parameter deletes the texture.
 TEST(GpuFootage, FootageIsUploadedOnceUntilItsFileChangesAndDeletedWhenNoLongerChosen) {
   const host_test::TempFolder folder;
   const auto map = [](int seed) {  // 4 x 2 pixels, 8 bits: every value v / 255
@@ -315,9 +308,8 @@ TEST(GpuFootage, FootageIsUploadedOnceUntilItsFileChangesAndDeletedWhenNoLongerC
   EXPECT_FALSE(scene.is_texture(second)) << "emptying the parameter deletes the texture";
 }
 
-// Every channel of every pixel of a 16- or 32-bit frame is a finite number and not negative,
-// alpha no larger than `white` and, in 16 bits, colour neither (float frames may hold colour
-// beyond white); the sphere's centre pixel has alpha `centre`, the corner none.
+// Every channel of a 16- or 32-bit frame is finite and not negative, alpha (and 16-bit colour)
+// no larger than `white`; the sphere's centre pixel has alpha `centre`, the corner none.
 void expect_sane_frame(const lunaform::host::PixelWorld& world, float white, float centre) {
   const auto channel = [&](int x, int y, int c) {
     const int bytes = world.bits_per_channel() / 8;
@@ -339,11 +331,10 @@ void expect_sane_frame(const lunaform::host::PixelWorld& world, float white, flo
   EXPECT_EQ(channel(0, 0, 0), 0.0f);
 }
 
-// One pixel serves every plain map as it is and becomes a one-pixel normal map; straight
-// colour survives alpha 0 on its way to the texture, and with "Diffuse Blend" 1 the sphere
-// takes the map's alpha, so nothing of it shows; parameters choosing no layer, a name no
-// layer has, or layers the host checks out as worlds of 0 x 0 pixels (which it may check out
-// and must leave out) leave their maps out and the sphere is drawn plain.
+// One pixel serves every plain map and becomes a one-pixel normal map; straight colour
+// survives alpha 0, and with "Diffuse Blend" 1 the sphere takes the map's alpha and vanishes;
+// no layer, a name no layer has, or layers of 0 x 0 pixels (which may be checked out) leave
+// their maps out and the sphere plain.
 TEST(GpuFootage, OnePixelNoPixelsAndNothingOpaqueRenderAFrameWithTheMapAsItIsOrLeftOut) {
   const host_test::TempFolder folder;
   const std::vector<float> dot = {200 / 255.0f, 100 / 255.0f, 50 / 255.0f, 1.0f};
@@ -398,10 +389,8 @@ TEST(GpuFootage, OnePixelNoPixelsAndNothingOpaqueRenderAFrameWithTheMapAsItIsOrL
   }
 }
 
-// The effect's plug-in object behind a host that writes 16-bit diffuse-map channels beyond
-// its white of 32768, as a misbehaving host might: before the frame is rendered it fills the
-// checked-out world with (alpha, red, green, blue) = (65535, 65535, 49152, 32769). The module
-// checks the same world out again.
+// The plug-in object behind a misbehaving host that writes 16-bit diffuse-map channels beyond
+// its white of 32768 into the world the module then checks out again.
 class OverbrightMapPlugin : public AePluginConnection {
  public:
   void on_smart_render(CommandContext& context) override {
@@ -420,9 +409,8 @@ class OverbrightMapPlugin : public AePluginConnection {
   }
 };
 
-// The input transfer divides by 32767 whatever the value (red and alpha near 2); the output
-// never goes beyond the 32767 the output transfer writes for 1: alpha 2 is clamped, not
-// wrapped round.
+// The input transfer divides by 32767 whatever the value (red and alpha near 2); alpha 2 is
+// clamped to the 32767 the output writes for 1, not wrapped round.
 TEST(GpuFootage, SixteenBitChannelsBeyondWhiteRenderAFrameWithinRange) {
   const host_test::TempFolder folder;
   FootageHost scene({footage(folder, "Grey.png", 1, {0.5f, 0.5f, 0.5f, 1.0f}).first},

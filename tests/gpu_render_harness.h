@@ -23,9 +23,8 @@
 #include "scene/render_data.h"
 #include "tests/gpu_shading_reference.h"
 
-// Drives the real renderer (EGL context, OpenCL transfer, material program) through frames
-// the way the frame render command does, into host-style buffers owned here; float map
-// textures made through the renderer's own upload path, and read back.
+// Drives the real renderer through frames as the frame render command does, into host-style
+// buffers owned here; float map textures through the renderer's own upload path, read back.
 namespace gpu_render {
 
 namespace ref = shading_reference;
@@ -49,21 +48,17 @@ inline material_properties plain_material() {
   return m;
 }
 
-// A camera in the host's orientation: world y points down the picture and buffer row 0 is
-// the top of the picture. This is not a free choice: the target's front faces are the
-// clockwise ones, and the mesh's outside faces come out clockwise only when the
-// world-to-window mapping keeps its orientation, which the host's y-down, z-away world does.
-// The view's rows are right, down and -forward; the projection is the textbook symmetric
-// frustum (near 1, far 100000, fov_y the full vertical angle in degrees).
+// A camera in the host's orientation, y down the picture and buffer row 0 at its top: the
+// mesh's outside faces come out clockwise, as the target's front faces are, only when the
+// world-to-window mapping keeps its orientation, as the host's y-down, z-away world does.
+// View rows right, down and -forward; the textbook frustum (near 1, far 100000, fov_y the
+// full vertical angle in degrees).
 inline render_properties look_at_camera(hxsdk::vec4 eye, hxsdk::vec4 target, float fov_y, int width,
                                         int height) {
   const ref::vec3 e = ref::to_vec3(eye);
   const ref::vec3 forward = normalize(ref::to_vec3(target) - e);
   const ref::vec3 right = normalize(ref::vec3{forward.z, 0.0, -forward.x});  // down x forward
-  const ref::vec3 down = {forward.y * right.z - forward.z * right.y,
-                          forward.z * right.x - forward.x * right.z,
-                          forward.x * right.y - forward.y * right.x};
-  const ref::vec3 rows[3] = {right, down, forward * -1.0};
+  const ref::vec3 rows[3] = {right, cross(forward, right), forward * -1.0};
   render_properties camera;
   camera.view_size = {static_cast<float>(width), static_cast<float>(height)};
   for (int r = 0; r < 3; ++r) {
@@ -92,9 +87,8 @@ struct output_format {
   float gamma = 1.0f;                  // exponent applied to straight colour on output
 };
 
-// The output buffer of one frame, rows row_bytes apart, ARGB pixels. Every byte starts as
-// 0xA5: a pixel the output did not write keeps it (alpha 165 in 8 bits, a tiny negative
-// number in float).
+// The output buffer of one frame, rows row_bytes apart, ARGB pixels, every byte 0xA5 until
+// written (alpha 165 in 8 bits, a tiny negative number in float).
 struct rendered_image {
   rendered_image(int w, int h, const output_format& format)
       : width(w),

@@ -1,16 +1,14 @@
-// The renderer's construction and refusals, its programs' bindings, the output transfer of
-// the accumulated image into host buffers and the normal maps it makes from bump images, on
-// a real EGL context and OpenCL device.
+// The renderer on a real EGL context and OpenCL device: construction, bindings, the output
+// transfer into host buffers, and the normal maps and environment cubes it makes.
 #include <GL/glew.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <functional>
 #include <memory>
-#include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -27,9 +25,9 @@ using gpu_render::rgba;
 
 class GpuRenderer : public gpu_render::GpuRendererSuite {};
 
-// A program that does not compile shows the compiler's log (which names the line of the
-// error) in a box; one that compiles but takes the quad's two texture coordinates as three
-// fails only at the link, and missing code before anything is built; neither shows a box.
+// A program that does not compile shows the compiler's log (naming the error's line) in a box;
+// one taking the quad's two texture coordinates as three fails at the link, missing code
+// before anything is built; neither shows a box.
 TEST_F(GpuRenderer, ProgramsThatDoNotBuildFailConstructionWithTheirMessage) {
   const auto failure_of = [](shader_source renderer_sources::*program, const char* text) {
     renderer_sources sources;
@@ -57,82 +55,44 @@ TEST_F(GpuRenderer, ProgramsThatDoNotBuildFailConstructionWithTheirMessage) {
   EXPECT_EQ(boxes.messages.size(), 1u);
 }
 
-TEST_F(GpuRenderer, SamplerUnitsAndBlockBindingsAreSetAfterLinking) {
-  // The material program has the lights block and five maps; the image programs (copy,
-  // bump-to-normal, equirectangular, prefilter) read their source on unit 0, and the
-  // prefilter its sample table on unit 1.
-  std::vector<std::vector<GLint>> programs;
+// The material program reads its maps from units 0 to 4 and its blocks from bindings 0 and 1,
+// where the draw binds them (the image programs' units show in the cube and blur tests).
+TEST_F(GpuRenderer, MaterialSamplerUnitsAndBlockBindingsAreSetAfterLinking) {
+  std::vector<GLint> units;
   run([&](Renderer&) {
     for (GLuint program = 1; program < 64; ++program) {
-      if (!glIsProgram(program)) {
-        continue;
-      }
-      std::vector<GLint> units;
-      for (const char* name :
-           {"diffuseSampler", "glossinessSampler", "illuminationSampler", "normalSampler",
-            "environmentSampler", "textureSampler", "samplesSampler"}) {
-        GLint unit = -1;
-        if (const GLint location = glGetUniformLocation(program, name); location >= 0) {
-          glGetUniformiv(program, location, &unit);
+      if (glIsProgram(program) && glGetUniformBlockIndex(program, "Lights") != GL_INVALID_INDEX) {
+        for (const char* name : {"diffuseSampler", "glossinessSampler", "illuminationSampler",
+                                 "normalSampler", "environmentSampler"}) {
+          glGetUniformiv(program, glGetUniformLocation(program, name), &units.emplace_back());
         }
-        units.push_back(unit);
-      }
-      for (const char* name : {"TransformMatrices", "Lights"}) {
-        GLint binding = -1;
-        if (const GLuint block = glGetUniformBlockIndex(program, name); block != GL_INVALID_INDEX) {
-          glGetActiveUniformBlockiv(program, block, GL_UNIFORM_BLOCK_BINDING, &binding);
+        for (const char* name : {"TransformMatrices", "Lights"}) {
+          glGetActiveUniformBlockiv(program, glGetUniformBlockIndex(program, name),
+                                    GL_UNIFORM_BLOCK_BINDING, &units.emplace_back());
         }
-        units.push_back(binding);
       }
-      programs.push_back(units);
     }
   });
-  const std::vector<GLint> image = {-1, -1, -1, -1, -1, 0, -1, -1, -1};
-  const std::vector<GLint> prefilter = {-1, -1, -1, -1, -1, 0, 1, -1, -1};
-  const std::vector<GLint> material = {0, 1, 2, 3, 4, -1, -1, 0, 1};
-  EXPECT_EQ(programs, (std::vector{image, image, image, prefilter, material}));
+  EXPECT_EQ(units, (std::vector<GLint>{0, 1, 2, 3, 4, 0, 1}));
 }
 
-TEST_F(GpuRenderer, AnOutputBeyondTheTextureLimitFailsAndEndsTheRenderThread) {
-  GLint max_size = 0;
-  run([&](Renderer&) { glGetIntegerv(GL_MAX_TEXTURE_SIZE, &max_size); });
-  ASSERT_GT(max_size, 0);
-  RendererThread thread;
-  rendered_image too_wide(max_size + 1, 1, {.bytes_per_channel = 1});
-  try {
-    thread.run_on_renderer([&](Renderer& r) { r.set_output(0, too_wide.output()); });
-    FAIL() << "an output wider than the texture limit was accepted";
-  } catch (const std::runtime_error& error) {
-    EXPECT_STREQ(error.what(), "render texture size is over maximum supported size");
-  }
-  // One failed job ends the thread: later jobs neither run nor fail.
-  bool ran = false;
-  thread.run_on_renderer([&](Renderer&) { ran = true; });
-  EXPECT_FALSE(ran);
-}
-
-// Premultiplied colours are painted straight into the sample target (no drawing), one per
-// pixel, and go out through the accumulation and the output kernel of each depth. The
-// expectation is the CPU reference's conversion: straight alpha-first pixels, alpha clamped
-// before the division, no division at alpha 0, gamma on colour only, truncation. The padding
-// after each row comes back as zeros, whatever the buffer held. A second frame of the same
-// size keeps the accumulated image (a half-weight sample of nothing halves it); targets of a
-// new size start empty.
+// Premultiplied colours painted into the sample target go out through the accumulation and
+// the output kernel of each depth as the CPU reference converts them (alpha clamped before
+// the division, none at alpha 0, gamma on colour only, truncation); row padding comes back
+// as zeros. The same size keeps the accumulated image (half a sample of nothing halves it);
+// targets of a new size start empty.
 TEST_F(GpuRenderer, OutputConversionOfEveryDepthUnpremultipliesClampsAppliesGammaAndPads) {
   const ref::rgba colours[] = {
       {1.0, 1.0, 1.0, 1.0}, {0.25, 0.5, 0.1, 0.5}, {0.36, 0.04, 0.0, 0.0}, {0.5, 0.25, 0.75, 2.0}};
-  struct Case {
-    std::uint8_t bytes_per_channel;
-    std::int32_t row_padding;  // in whole pixels, as hosts pad their rows
-    float gamma;
-  };
-  for (const Case c :
-       {Case{1, 20, 1.0f}, {2, 24, 1.0f}, {4, 32, 1.0f}, {4, 0, 0.5f}, {1, 4, 0.45f}}) {
-    const gpu_render::output_format format{
-        .bytes_per_channel = c.bytes_per_channel, .row_padding = c.row_padding, .gamma = c.gamma};
-    rendered_image full(4, 2, format);
-    rendered_image halved(4, 2, format);
-    rendered_image taller(4, 3, format);
+  // Samples, bytes per channel, row padding (whole pixels, as hosts pad) and gamma.
+  for (const gpu_render::output_format c : {gpu_render::output_format{0, 1, 20, 1.0f},
+                                            {0, 2, 24, 1.0f},
+                                            {0, 4, 32, 1.0f},
+                                            {0, 4, 0, 0.5f},
+                                            {0, 1, 4, 0.45f}}) {
+    rendered_image full(4, 2, c);
+    rendered_image halved(4, 2, c);
+    rendered_image taller(4, 3, c);  // new targets
     run([&](Renderer& r) {
       r.set_output(0, full.output());
       r.clear_target();  // leaves the sample target bound
@@ -164,10 +124,7 @@ TEST_F(GpuRenderer, OutputConversionOfEveryDepthUnpremultipliesClampsAppliesGamm
         EXPECT_LE(std::max({std::abs(got.a - want[k].a), std::abs(got.r - want[k].r),
                             std::abs(got.g - want[k].g), std::abs(got.b - want[k].b)}),
                   tolerance)
-            << int{c.bytes_per_channel} << " bytes, gamma " << c.gamma << ", "
-            << (k == 0   ? "painted"
-                : k == 1 ? "kept and halved"
-                         : "new targets")
+            << int{c.bytes_per_channel} << " bytes, gamma " << c.gamma << ", image " << k
             << ", pixel " << i % 4 << ", " << i / 4;
       }
     }
@@ -182,16 +139,13 @@ TEST_F(GpuRenderer, OutputConversionOfEveryDepthUnpremultipliesClampsAppliesGamm
   }
 }
 
-// Normal maps from bump images: Sobel gradients of the mean of red, green and blue, encoded
-// as (n + 1) / 2 with n = normalize(-gx, -gy, 0.5), the gradients divided by the output's
-// downsampling. Inside a ramp of `slope` per texel each Sobel sum spans two texels with
-// weights 1, 2, 1: 8 slope; at the first and last texel the clamped edge repeats the border
-// texel and the gradient halves. Rows run down the image, as host rows do: gy is bottom
-// minus top. The map is a mipmapped, repeating half-float texture, filtered like the maps
-// the renderer uploads, and nothing is left bound.
+// Normal maps: Sobel gradients of the mean of red, green and blue, divided by the output's
+// downsampling, encoded as (n + 1) / 2 with n = normalize(-gx, -gy, 0.5). In a ramp of s per
+// texel the Sobel sums give 8 s, 4 s at the clamped first and last texel; gy is bottom minus
+// top (host rows run down). A mipmapped, repeating half-float texture, filtered like the
+// uploaded maps, with nothing left bound.
 TEST_F(GpuRenderer, NormalMapsHoldTheEncodedSobelNormalOfTheBumps) {
-  // Heights 0.4 + sx x + sy y; along the borders a diagonal ramp mixes clamped and
-  // unclamped neighbours, so only its inside is compared.
+  // Heights 0.4 + sx x + sy y; a diagonal ramp is compared inside its border only.
   const struct {
     const char* what;
     float downsampling, sx, sy;
@@ -256,6 +210,161 @@ TEST_F(GpuRenderer, NormalMapsHoldTheEncodedSobelNormalOfTheBumps) {
     EXPECT_EQ(state, (std::vector<GLint>{1, 0, 0, GL_RGBA16F, GL_LINEAR_MIPMAP_LINEAR, GL_LINEAR,
                                          GL_REPEAT, GL_REPEAT, 32, 16, 8, 4, 2, 1}))
         << c.what;
+  }
+}
+
+// --- The environment cube ---
+
+// The equirectangular point of a direction: u turns about y from -z through +x, v from -y (0)
+// to +y (1), with the elevation divided by 3.1415.
+std::array<double, 2> equirectangular_point(ref::vec3 d) {
+  return {std::atan2(d.x, d.z) / (2.0 * M_PI) + 0.5,
+          std::atan2(d.y, std::hypot(d.x, d.z)) / 3.1415 + 0.5};
+}
+
+// Source 0 makes no cube, no texture or framebuffer, and leaves culling and multisampling on.
+TEST_F(GpuRenderer, SourceZeroMakesNoEnvironmentCubeAndChangesNoState) {
+  run([&](Renderer& r) {
+    const auto live_objects = [] {
+      int count = 0;
+      for (GLuint name = 1; name < 4096; ++name) {
+        count += (glIsTexture(name) == GL_TRUE) + (glIsFramebuffer(name) == GL_TRUE);
+      }
+      return count;
+    };
+    glEnable(GL_CULL_FACE);
+    glEnable(GL_MULTISAMPLE);
+    const int objects_before = live_objects();
+    EXPECT_EQ(r.make_environment_cube(0), 0u);
+    EXPECT_EQ(live_objects(), objects_before);
+    EXPECT_EQ(glIsEnabled(GL_CULL_FACE) + glIsEnabled(GL_MULTISAMPLE), 2);
+  });
+}
+
+// Converting is slow, so one image serves every fact: red and green are the texel's u and v,
+// blue is 1 where x > 0 and 0 elsewhere, alpha is 1. The cube is a half-float 512 mip chain
+// of seven filtered levels, with nothing left bound.
+TEST_F(GpuRenderer, AnEnvironmentCubeShowsEachDirectionBlursLevelByLevelAndMirrorsOnTheSphere) {
+  GLuint cube = 0;
+  GLint left_bound[2] = {-1, -1};  // framebuffer and program after converting
+  std::vector<GLint> state;
+  std::array<std::array<std::vector<rgba>, 6>, 7> levels;  // level, face
+  run([&](Renderer& r) {
+    const GLuint source = gpu_render::upload(r, 1024, 512, [](int x, int y) {
+      return rgba{(x + 0.5f) / 1024, (y + 0.5f) / 512, x >= 512 ? 1.0f : 0.0f, 1.0f};
+    });
+    cube = r.make_environment_cube(source);
+    r.delete_texture(source);
+    glGetIntegerv(GL_FRAMEBUFFER_BINDING, &left_bound[0]);
+    glGetIntegerv(GL_CURRENT_PROGRAM, &left_bound[1]);
+    for (int i = 0; i < 42; ++i) {
+      levels[i / 6][i % 6] =
+          gpu_render::read_level(GL_TEXTURE_CUBE_MAP_POSITIVE_X + i % 6, cube, i / 6);
+    }
+    state = gpu_render::texture_state(
+        GL_TEXTURE_CUBE_MAP, cube,
+        {GL_TEXTURE_BASE_LEVEL, GL_TEXTURE_MAX_LEVEL, GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER},
+        9);
+  });
+  EXPECT_EQ(state, (std::vector<GLint>{GL_RGBA16F, 0, 6, GL_LINEAR_MIPMAP_LINEAR, GL_LINEAR, 512,
+                                       256, 128, 64, 32, 16, 8, 4, 2, 1}));
+  EXPECT_EQ(left_bound[0] + left_bound[1], 0);
+
+  // Level 0: texel (i, j) of a face looks where GL's cube face table says (major axis, sc,
+  // tc; s = (sc / |ma| + 1) / 2, t likewise); away from the seam, the poles and the blue edge
+  // it shows that direction's u, v and blue. The +X face's middle looks along +X: u 0.75.
+  int compared = 0;
+  for (int face = 0; face < 6; ++face) {
+    ASSERT_EQ(levels[0][face].size(), std::size_t{512 * 512});
+    for (int j = 4; j < 512; j += 24) {
+      for (int i = 4; i < 512; i += 24) {
+        const double sc = (i + 0.5) / 256 - 1.0;
+        const double tc = (j + 0.5) / 256 - 1.0;
+        const ref::vec3 directions[6] = {{1.0, -tc, -sc}, {-1.0, -tc, sc}, {sc, 1.0, tc},
+                                         {sc, -1.0, -tc}, {sc, -tc, 1.0},  {-sc, -tc, -1.0}};
+        const auto [u, v] = equirectangular_point(directions[face]);
+        if (u < 0.01 || u > 0.99 || v < 0.02 || v > 0.98 || std::abs(u - 0.5) < 0.01) {
+          continue;
+        }
+        const rgba& got = levels[0][face][j * 512 + i];
+        EXPECT_LE(std::max({std::abs(got[0] - u), std::abs(got[1] - v),
+                            std::abs(got[2] - (u > 0.5 ? 1.0 : 0.0)) * 3.0}),
+                  3e-3)
+            << "face " << face << " texel " << i << ", " << j;
+        ++compared;
+      }
+    }
+  }
+  EXPECT_GT(compared, 2000);
+  double centre_u = 0.0;
+  for (const int at : {255 * 512 + 255, 255 * 512 + 256, 256 * 512 + 255, 256 * 512 + 256}) {
+    centre_u += levels[0][0][at][0] / 4.0;
+  }
+  EXPECT_NEAR(centre_u, 0.75, 2e-3);
+
+  // Linear filtering with symmetric lobes: in blue, mirror images across x = 0 sum to 1 and
+  // the bright side spreads further with every level (on the +Z face's middle row, 14 degrees
+  // either side of x = 0). Alpha stays 1 everywhere: each level's weights sum to 1.
+  double previous_bright = 1.0;
+  for (int level = 0; level <= 6; ++level) {
+    for (int face = 0; face < 6; ++face) {
+      EXPECT_EQ(std::count_if(levels[level][face].begin(), levels[level][face].end(),
+                              [](const rgba& t) { return std::abs(t[3] - 1.0f) > 2e-3f; }),
+                0)
+          << "level " << level << " face " << face;
+    }
+    const int size = 512 >> level;
+    const int middle = size / 2 * size + size / 2;
+    const double bright = levels[level][4][middle + size / 8][2];
+    const double dark = levels[level][4][middle - size / 8 - 1][2];
+    EXPECT_NEAR(bright + dark, 1.0, 0.03) << "level " << level;
+    EXPECT_LE(bright, previous_bright + 0.01) << "level " << level;
+    EXPECT_GT(bright, level == 0 ? 0.999 : 0.5) << "level " << level;
+    previous_bright = bright;
+  }
+  EXPECT_LT(previous_bright, 0.85) << "the roughest level is barely blurred";
+
+  // A perfect mirror shows the environment where the eye ray reflects to, after the
+  // environment's rotation (half a turn about y maps (x, y, z) to (-x, y, -z)); compared away
+  // from the seam (filtering mixes both ends of u) and the poles (u turns faster than the
+  // mesh's normals are exact), within the half floats of the resampled faces.
+  for (const double turn : {1.0, -1.0}) {
+    ref::sphere_scene scene{96, 80};
+    scene.camera = gpu_render::look_at_camera({60.0f, -40.0f, -420.0f, 0.0f}, {}, 30.0f, 96, 80);
+    scene.model_matrix =
+        model_matrix({}, hxsdk::quaternion_from_euler({0.4f, 1.1f, -0.3f, 0.0f}), 90.0f);
+    scene.material = gpu_render::plain_material();
+    scene.material.model_color = {0.0f, 0.0f, 0.0f, 1.0f};
+    scene.material.reflectivity = scene.material.glossiness = 1.0f;
+    scene.material.specular = 0.0f;
+    scene.material.environment_texture = cube;
+    scene.material.environment_orientation = {0.0f, turn < 0.0 ? 1.0f : 0.0f, 0.0f,
+                                              turn < 0.0 ? 0.0f : 1.0f};
+    const gpu_render::rendered_image image = render(scene);
+    int mirrored = 0;
+    gpu_render::mismatches wrong;
+    for (int i = 0; i < 96 * 80; ++i) {
+      const auto& front = ref::drawn_fragments(scene, i % 96 + 0.5, i / 96 + 0.5).front;
+      if (!front || !ref::pixel_is_clear_of_edges(scene, i % 96, i / 96)) {
+        continue;
+      }
+      const ref::vec3 n = front->flat_normal;
+      const ref::vec3 view =
+          normalize(ref::to_vec3(scene.camera.eye_position) - front->world_position);
+      const ref::vec3 r = n * (2.0 * dot(view, n)) - view;
+      const auto [u, v] = equirectangular_point({turn * r.x, r.y, turn * r.z});
+      if (u < 0.02 || u > 0.98 || v < 0.1 || v > 0.9) {
+        continue;
+      }
+      ++mirrored;
+      const ref::argb got = image.pixel(i % 96, i / 96);
+      if (std::max({std::abs(got.r - u), std::abs(got.g - v), std::abs(got.a - 1.0)}) > 0.01) {
+        wrong.add("turn ", turn, ", pixel ", i % 96, ", ", i / 96, " shows (u ", got.r, ", v ",
+                  got.g, "), the reflection (", u, ", ", v, ")");
+      }
+    }
+    EXPECT_GT(mirrored, 1500) << turn;
+    EXPECT_EQ(wrong.count, 0) << wrong.first.str();
   }
 }
 

@@ -12,11 +12,10 @@
 #include "scene/math3d.h"
 #include "scene/render_properties.h"
 
-// A second, CPU-side rendition of the sphere's material shading, for the GPU pixel tests.
-// It shades an analytic sphere in double precision: a ray through a pixel centre meets the
-// sphere, and the surface point is shaded with the material formulas written out again here
-// from their definitions (no texture maps: every map name is taken to be absent). Nothing
-// here touches OpenGL or shares code with the renderer.
+// A second, CPU-side rendition of the sphere's material shading for the GPU pixel tests: a
+// ray through a pixel centre meets an analytic sphere, and the point is shaded in double
+// precision with the formulas written out again from their definitions (no texture maps).
+// Nothing here touches OpenGL or shares code with the renderer.
 namespace shading_reference {
 
 struct vec3 {
@@ -41,15 +40,14 @@ struct rgba {
   friend rgba operator*(rgba p, double s) { return {p.r * s, p.g * s, p.b * s, p.a * s}; }
 };
 
-// A host buffer pixel in the buffer's own units (0-255, 0-32767 or float), channel order
-// alpha, red, green, blue as in memory.
+// A host buffer pixel in its own units (0-255, 0-32767 or float), in memory order.
 struct argb {
   double a = 0.0, r = 0.0, g = 0.0, b = 0.0;
 };
 
-// One frame as the renderer is asked to draw it: output size, camera (a perspective one whose
-// eye_position is its centre of projection), the sphere's placement (translation x rotation
-// x uniform scale of the unit sphere), its material and the lights.
+// One frame to draw: output size, a perspective camera (eye_position its centre of
+// projection), the unit sphere's placement (translation, rotation, uniform scale), material
+// and lights.
 struct sphere_scene {
   int width = 0;
   int height = 0;
@@ -97,8 +95,7 @@ inline double smoothstep01(double x) {
   return t * t * (3.0 - 2.0 * t);
 }
 
-// OpenCL's saturating conversion to an unsigned integer type with its default rounding
-// towards zero; NaN becomes 0.
+// OpenCL's saturating conversion to an unsigned type, rounding towards zero; NaN gives 0.
 inline double saturate_truncate(double v, double maximum) {
   return !(v > 0.0) ? 0.0 : v >= maximum ? maximum : std::trunc(v);
 }
@@ -112,8 +109,7 @@ inline double to_channel(double v, int bytes_per_channel) {
 
 // --- Shading formulas, each named after what it computes ---
 
-// min(x, 1) * 2^(1.5 max(0, x - 1)): values up to 1 pass, every further unit multiplies by
-// 2^1.5.
+// min(x, 1) * 2^(1.5 max(0, x - 1)): up to 1 as it is, each further unit times 2^1.5.
 inline double shadow_light_contrast_exponent(double contrast) {
   return std::min(contrast, 1.0) * std::pow(2.0, 1.5 * std::max(0.0, contrast - 1.0));
 }
@@ -128,10 +124,8 @@ inline double spot_cone_cos(double cone_angle_degrees) {
   return std::cos(cone_angle_degrees * kPi / 360.0);
 }
 
-// Strength of a spot light at a point whose direction from the light makes cos_to_axis with
-// the spot axis. With feather > 0 the strength ramps linearly in angle from 0 at the cone's half
-// angle h to 1 at h (1 - feather); smoothstep then rounds both ends of the ramp and the square
-// darkens its outer part.
+// A spot's strength at cos_to_axis from its axis: with feather > 0 a ramp, linear in angle,
+// from 0 at the half angle h to 1 at h (1 - feather), rounded by smoothstep and squared.
 inline double spot_factor(double cos_to_axis, double cone_cos, double feather) {
   double a = 1.0;
   if (cos_to_axis <= cone_cos) {
@@ -144,17 +138,15 @@ inline double spot_factor(double cos_to_axis, double cone_cos, double feather) {
   return clamp01(s * s);
 }
 
-// How much light still reaches a flat surface at nf_dot_l = Nf.L past the terminator.
-// Linear in Nf.L: 1 where the surface faces the light, 0 from Nf.L = -(1 - 0.99 clip) on.
+// Light reaching a flat surface at Nf.L: 1 facing the light, down to 0 at -(1 - 0.99 clip).
 inline double terminator_factor(double nf_dot_l, double clip_lighting) {
   return 1.0 - clamp01(nf_dot_l * -(1.0 / (1.0 - clip_lighting * 0.99)));
 }
 
-// Microfacet highlight for roughness 1 - g. D: GGX normal distribution with alpha = r'^3, r' the
-// roughness lifted to 0.125..1 so that a mirror does not become an infinitely thin spike. Gv, Gl:
-// Schlick-GGX visibility terms in the form 1 / (x (1 - k) + k), k = alpha / 2, which fold the 1 /
-// (N.V) and 1 / (N.L) of the Cook-Torrance denominator in. The result D Gv Gl / 4 is then weighted
-// by N.V (the caller weights by N.L).
+// The highlight: D, the GGX distribution with alpha = r'^3, r' the roughness lifted to
+// 0.125..1 so that a mirror is no infinitely thin spike; Gv, Gl, Schlick-GGX visibility as
+// 1 / (x (1 - k) + k), k = alpha / 2, which folds in the 1 / (N.V) and 1 / (N.L) of the
+// Cook-Torrance denominator; D Gv Gl / 4, weighted by N.V (the caller weights by N.L).
 inline double specular_term(vec3 n, double roughness, double n_dot_l_clamped, vec3 h, vec3 v) {
   const double n_dot_h = std::max(0.0, dot(n, h));
   const double lifted = roughness * 0.875 + 0.125;
@@ -169,9 +161,8 @@ inline double specular_term(vec3 n, double roughness, double n_dot_l_clamped, ve
   return distribution * visibility_v * visibility_l / 4.0 * n_dot_v;
 }
 
-// Weight of the self-illumination at n_dot_v = N.V (clamped to 0..1 by the caller): a
-// blend of the curve y^bias with 1 by |strength|: y = 1 - N.V brightens the rim
-// (strength > 0), y = N.V the centre (strength <= 0). Off below bias 0.01.
+// Weight of the self-illumination at N.V (0..1): y^bias blended with 1 by |strength|; y =
+// 1 - N.V brightens the rim (strength > 0), y = N.V the centre. Off below bias 0.01.
 inline double illumination_fresnel(double n_dot_v, double strength, double bias) {
   if (bias < 0.01) {
     return 1.0;
@@ -180,9 +171,8 @@ inline double illumination_fresnel(double n_dot_v, double strength, double bias)
   return std::pow(y, bias) * std::abs(strength) + (1.0 - std::abs(strength));
 }
 
-// Alpha factor of the soft edge at v_dot_nf = V.Nf. ed: the angle between view and normal mapped
-// linearly to 1 (facing) .. 0 (silhouette); shrink moves the edge inwards, feather is the width of
-// the ramp from 0 to 1 above it.
+// The soft edge's alpha at V.Nf: ed, the view angle mapped to 1 (facing) .. 0 (silhouette);
+// shrink moves the edge inwards, feather is the width of the ramp above it.
 inline double edge_alpha_factor(double v_dot_nf, double edge_feather, double edge_shrink) {
   if (!(edge_feather > 0.0 || edge_shrink > 0.0)) {
     return 1.0;
@@ -193,8 +183,8 @@ inline double edge_alpha_factor(double v_dot_nf, double edge_feather, double edg
   return clamp01(1.0 - (f - sd) / f);
 }
 
-// The light list as the program receives it: at most 8 slots, in list order, and the sum
-// of the ambient colours met before the slots ran out.
+// The light list as the program receives it: up to 8 slots in list order, and the sum of
+// the ambient colours met before the slots ran out.
 struct packed_lights {
   std::vector<light_properties> slots;
   rgba ambient;
@@ -223,27 +213,23 @@ struct surface_fragment {
   vec3 flat_normal;     // world, unit, turned towards the viewer on the far (inner) side
 };
 
-// The fragments that the draw's passes keep where the ray through window position
-// (window_x, window_y) meets the sphere: the near side (the outside, facing the eye) and the
-// far side (its inside), after culling by surface mode and the hemisphere cut.
+// Fragments on the ray through one window position: the near side (the outside, facing the
+// eye) and the far side (its inside).
 struct ray_hits {
   std::optional<surface_fragment> front;
   std::optional<surface_fragment> back;
 };
-// Both points where the ray through window position (wx, wy) meets the sphere, before
-// culling: the near one sees the outside, the far one the inside.
+// Where the ray through window position (wx, wy) meets the sphere, before culling.
 inline ray_hits sphere_hits(const sphere_scene& scene, double wx, double wy) {
-  // The view ray through a window position is where the planes clip.x = ndc_x clip.w and
-  // clip.y = ndc_y clip.w meet: it leaves the eye along the cross product of their normals,
-  // the way clip.w grows (in front of the eye).
+  // The view ray is where the planes clip.x = ndc_x clip.w and clip.y = ndc_y clip.w meet:
+  // from the eye along the cross product of their normals, the way clip.w grows.
   const dmat4 clip = widen(scene.camera.projection_matrix) * widen(scene.camera.view_matrix);
   const vec3 eye = to_vec3(scene.camera.eye_position);
   vec3 d = normalize(cross(clip.row(0) - clip.row(3) * (2.0 * wx / scene.width - 1.0),
                            clip.row(1) - clip.row(3) * (2.0 * wy / scene.height - 1.0)));
   d = dot(d, clip.row(3)) > 0.0 ? d : d * -1.0;
-  // The model matrix carries the unit sphere to centre c and radius r (a uniform scale L):
-  // |eye + s d - c|^2 = r^2 is a quadratic in s, and a world point p is the model point
-  // L^T (p - c) / r^2.
+  // The model matrix takes the unit sphere to centre c, radius r (a uniform scale L):
+  // |eye + s d - c|^2 = r^2 is a quadratic in s; world point p is model point L^T (p - c) / r^2.
   const dmat4 model = widen(scene.model_matrix);
   const vec3 c = model.column(3);
   const double r2 = dot(model.column(0), model.column(0));
@@ -313,8 +299,7 @@ inline rgba shade_fragment(const sphere_scene& scene, const surface_fragment& fr
   const direct_light light =
       m.unlit != 0 ? direct_light{} : lit_light(scene, fragment.world_position, v, nf);
 
-  // Self-illumination, split into the share on the shadow side and the share on the light
-  // side by the light amount A.
+  // Self-illumination, split into shadow and light shares by the light amount A.
   const double fresnel = illumination_fresnel(clamp01(dot(nf, v)), m.fresnel, m.fresnel_bias);
   const double t = clamp01(light.amount + m.shadow_light_expansion);
   const double contrast = shadow_light_contrast_exponent(m.shadow_light_contrast);
@@ -331,8 +316,7 @@ inline rgba shade_fragment(const sphere_scene& scene, const surface_fragment& fr
   return {c.r * c.a, c.g * c.a, c.b * c.a, c.a};
 }
 
-// The fragments that the draw's passes keep where the ray through window position
-// (window_x, window_y) meets the sphere: culling by surface mode, then the hemisphere cut.
+// The fragments the draw's passes keep: culled by surface mode, then cut to the hemisphere.
 inline ray_hits drawn_fragments(const sphere_scene& scene, double window_x, double window_y) {
   ray_hits hits = sphere_hits(scene, window_x, window_y);
   const int mode = scene.material.surface_mode;
@@ -351,41 +335,34 @@ inline ray_hits drawn_fragments(const sphere_scene& scene, double window_x, doub
   return hits;
 }
 
-// The premultiplied colour the draw leaves in pixel (x, y) of the target (back pass first,
-// front pass blended over it for surface mode All), or nothing when no fragment is drawn.
-// Row y is the output buffer's row y.
+// The premultiplied colour the draw leaves in pixel (x, y) (row y of the output buffer), or
+// nothing when no fragment is drawn.
 inline std::optional<rgba> material_pixel(const sphere_scene& scene, int x, int y) {
   const ray_hits drawn = drawn_fragments(scene, x + 0.5, y + 0.5);
   if (!drawn.front && !drawn.back) {
     return std::nullopt;
   }
-  // The back pass writes unblended into a target cleared to 0; the front pass then blends
-  // with colour factors (SRC_ALPHA, ONE_MINUS_SRC_ALPHA) and alpha factors (ONE,
-  // ONE_MINUS_SRC_ALPHA). The program's colour is already premultiplied, so the colour
-  // channels end up multiplied by alpha twice: that is what GL computes.
-  rgba target = drawn.back ? shade_fragment(scene, *drawn.back) : rgba{};
-  if (drawn.front) {
-    const rgba source = shade_fragment(scene, *drawn.front);
-    if (scene.material.surface_mode == 1) {
-      const double keep = 1.0 - source.a;
-      target = {source.r * source.a + target.r * keep, source.g * source.a + target.g * keep,
-                source.b * source.a + target.b * keep, source.a + target.a * keep};
-    } else {
-      target = source;
-    }
+  // The back pass writes into a target cleared to 0; for surface mode All the front pass
+  // blends over it with colour factors (SRC_ALPHA, ONE_MINUS_SRC_ALPHA) and alpha factors
+  // (ONE, ONE_MINUS_SRC_ALPHA): premultiplied colour is multiplied by alpha twice, as in GL.
+  const rgba back = drawn.back ? shade_fragment(scene, *drawn.back) : rgba{};
+  if (!drawn.front) {
+    return back;
   }
-  return target;
+  const rgba front = shade_fragment(scene, *drawn.front);
+  return scene.material.surface_mode != 1
+             ? front
+             : rgba{front.r * front.a, front.g * front.a, front.b * front.a, front.a} +
+                   back * (1.0 - front.a);
 }
 
-// True when pixel (x, y) is at least a pixel away from every place where the picture
-// changes abruptly (the silhouette, the hemisphere cut, a spot cone's edge) and no drawn
-// surface is seen at a grazing angle; the mesh's facets differ from the analytic sphere only
-// there by more than a small fraction of a pixel.
+// True when pixel (x, y) is a pixel away from every abrupt change (silhouette, hemisphere
+// cut, spot cone edge) and sees no drawn surface at a grazing angle: only there do the
+// mesh's facets differ from the sphere by more than a fraction of a pixel.
 inline bool pixel_is_clear_of_edges(const sphere_scene& scene, int x, int y) {
   constexpr double kMinimumFacing = 0.15;
   const packed_lights packed = pack_light_list(scene.lights);
-  // What the picture is made of at one window position: which passes draw there, and for
-  // each drawn fragment which spot cones it lies in.
+  // Which passes draw at a window position, and which spot cones each fragment lies in.
   const auto signature = [&](double wx, double wy) {
     const ray_hits drawn = drawn_fragments(scene, wx, wy);
     std::vector<bool> s{drawn.front.has_value(), drawn.back.has_value()};
@@ -400,20 +377,16 @@ inline bool pixel_is_clear_of_edges(const sphere_scene& scene, int x, int y) {
     return s;
   };
   const std::vector<bool> centre = signature(x + 0.5, y + 0.5);
-  for (int dy = -1; dy <= 1; ++dy) {
-    for (int dx = -1; dx <= 1; ++dx) {
-      if (signature(x + 0.5 + dx, y + 0.5 + dy) != centre) {
-        return false;
-      }
+  for (int i = 0; i < 9; ++i) {
+    if (signature(x + i % 3 - 0.5, y + i / 3 - 0.5) != centre) {
+      return false;
     }
   }
   const ray_hits drawn = drawn_fragments(scene, x + 0.5, y + 0.5);
+  const vec3 eye = to_vec3(scene.camera.eye_position);
   for (const std::optional<surface_fragment>* f : {&drawn.front, &drawn.back}) {
-    if (*f) {
-      const vec3 v = normalize(to_vec3(scene.camera.eye_position) - (*f)->world_position);
-      if (dot(v, (*f)->flat_normal) < kMinimumFacing) {
-        return false;
-      }
+    if (*f && dot(normalize(eye - (*f)->world_position), (*f)->flat_normal) < kMinimumFacing) {
+      return false;
     }
   }
   return true;
@@ -422,18 +395,15 @@ inline bool pixel_is_clear_of_edges(const sphere_scene& scene, int x, int y) {
 // Fraction of pixel (x, y) covered by drawn fragments, sampled on an n x n grid.
 inline double covered_fraction(const sphere_scene& scene, int x, int y, int n) {
   int covered = 0;
-  for (int j = 0; j < n; ++j) {
-    for (int i = 0; i < n; ++i) {
-      const ray_hits drawn = drawn_fragments(scene, x + (i + 0.5) / n, y + (j + 0.5) / n);
-      covered += (drawn.front || drawn.back) ? 1 : 0;
-    }
+  for (int i = 0; i < n * n; ++i) {
+    const ray_hits drawn = drawn_fragments(scene, x + (i % n + 0.5) / n, y + (i / n + 0.5) / n);
+    covered += drawn.front || drawn.back;
   }
   return static_cast<double>(covered) / (n * n);
 }
 
-// The output kernel's pixel: alpha clamped to 0..1, colour divided by it when positive,
-// colour raised to gamma, then converted to the buffer's channel type (8 bits:
-// trunc(v * 255) saturated; 16 bits: trunc(v * 65535) saturated, halved; 32 bits: as is).
+// The output kernel's pixel: alpha clamped to 0..1, colour divided by it when positive and
+// raised to gamma, then converted to the buffer's channel type.
 inline argb output_pixel(const rgba& premultiplied, double gamma, int bytes_per_channel) {
   const double a = clamp01(premultiplied.a);
   const double divisor = a > 0.0 ? a : 1.0;
