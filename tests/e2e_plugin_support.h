@@ -1,16 +1,11 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <sys/types.h>
-#include <unistd.h>
 
-#include <chrono>
 #include <cstring>
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -20,7 +15,6 @@
 #include "platform/message_box.h"
 #include "plugin/ae_plugin.h"
 #include "plugin/plugin_entry.h"
-#include "scene/render_state.h"
 
 // Shared by the end-to-end suites that drive the effect through the host (e2e_*.cpp).
 namespace e2e_plugin {
@@ -31,9 +25,8 @@ inline PF_FilterProc real_module_entry() {
   return module.entry_point();
 }
 
-// The module's entry logic (the same code the module runs) around a test's plug-in object,
-// as an entry function a host can drive. The object and the tables it fills live in the
-// test process, where a test can look at them.
+// The module's entry logic around a test's plug-in object, as an entry function a host can
+// drive; the object and the tables it fills live in the test process, where a test sees them.
 template <typename Plugin>
 PF_Err entry_for(PF_Cmd command, PF_InData* in_data, PF_OutData* out_data, PF_ParamList params,
                  PF_LayerDef*, void* extra) {
@@ -97,31 +90,6 @@ Plugin& plugin_in(lunaform::host::EffectHost& host) {
   AePlugin* plugin = nullptr;
   std::memcpy(&plugin, host.handles().bytes(host.global_data()).data(), sizeof plugin);
   return dynamic_cast<Plugin&>(*plugin);
-}
-
-// The kernel's id of the render thread behind `state`, asked on that thread itself.
-inline pid_t render_thread_tid(RenderState& state) {
-  pid_t tid = 0;
-  state.render_thread->run([&tid] { tid = gettid(); });
-  return tid;
-}
-
-// Whether the kernel lists thread `tid` in this process.
-inline bool thread_listed(pid_t tid) {
-  return std::filesystem::exists("/proc/self/task/" + std::to_string(tid));
-}
-
-// True once thread `tid` has left the process; false if it is still there after a generous
-// limit. A render thread is detached: it leaves a moment after its owner was destroyed.
-inline bool thread_ends(pid_t tid) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-  while (thread_listed(tid)) {
-    if (std::chrono::steady_clock::now() > deadline) {
-      return false;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-  return true;
 }
 
 }  // namespace e2e_plugin

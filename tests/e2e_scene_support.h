@@ -2,11 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -17,114 +18,70 @@
 #include "scene/frame_render.h"
 #include "tests/e2e_plugin_support.h"
 
-// Shared by the scene assembly end-to-end suites (e2e_scene_*.cpp): a real frame through the
-// real host, with the renderer's operations recorded where scene assembly hands them over.
+// Scene assembly through the real host, with the renderer's operations recorded where scene
+// assembly hands them over (e2e_scene.cpp), and what other suites build compositions with.
 namespace e2e_scene {
 
 // One renderer operation with copies of what it was given, and the host's current time (the
 // in-data's) when it was called.
 struct Operation {
-  enum class Kind {
-    set_output,
-    set_render_properties,
-    set_lights,
-    clear_target,
-    draw,  // draw_model of the sphere with the scene copy, then accumulate_sample(weight)
-    read_output,
-    delete_texture,
-    upload_texture,
-    make_normal_map,
-    make_environment_cube,
-  };
+  // clang-format off
+  enum class Kind { set_output, set_render_properties, set_lights, clear_target, draw, read_output,
+                    delete_texture, upload_texture, make_normal_map, make_environment_cube };
+  // clang-format on
   Kind kind = Kind::clear_target;
   A_long time = 0;
-  unsigned int sample_count = 0;         // set_output
   render_data output{};                  // set_output
   render_properties camera;              // set_render_properties
   std::vector<light_properties> lights;  // set_lights
-  model_ref model{};                     // draw
   scene_parameters scene;                // draw: the copy the renderer draws from
   float value = 0.0f;                    // draw: the weight; read_output: the gamma
   unsigned int texture = 0;              // the texture argument
-  image_desc image{};                    // upload_texture
-  int width = 0;                         // make_normal_map
-  int height = 0;
-  unsigned int result = 0;  // the name a texture operation made
+  int width = 0, height = 0;             // make_normal_map
+  unsigned int result = 0;               // the name a texture operation made
 };
-
-inline const char* kind_name(Operation::Kind kind) {
-  static const char* const names[] = {"set_output",
-                                      "set_render_properties",
-                                      "set_lights",
-                                      "clear_target",
-                                      "draw",
-                                      "read_output",
-                                      "delete_texture",
-                                      "upload_texture",
-                                      "make_normal_map",
-                                      "make_environment_cube"};
-  return names[static_cast<int>(kind)];
-}
 
 // Stands in for the render thread: records every operation and makes up texture names (each
 // operation that makes a texture returns a new one, counting from 1001).
 class RecordingClient {
  public:
+  using K = Operation::Kind;
   RecordingClient(RenderState& state, const PF_InData& in_data, unsigned int& next_texture)
       : state_(state), in_data_(in_data), next_texture_(next_texture) {}
 
-  void set_output(unsigned int sample_count, const render_data& frame) {
-    Operation& op = add(Operation::Kind::set_output);
-    op.sample_count = sample_count;
-    op.output = frame;
+  void set_output(unsigned int, const render_data& frame) {
+    add({.kind = K::set_output, .output = frame});
   }
   void post_render_properties(const render_properties& camera) {
-    add(Operation::Kind::set_render_properties).camera = camera;
+    add({.kind = K::set_render_properties, .camera = camera});
   }
   void post_lights(const std::vector<light_properties>& lights) {
     state_.scene.lights = lights;
-    add(Operation::Kind::set_lights).lights = lights;
+    add({.kind = K::set_lights, .lights = lights});
   }
-  void clear_target() { add(Operation::Kind::clear_target); }
-  void post_draw(float weight) {
-    Operation& op = add(Operation::Kind::draw);
-    op.model = state_.sphere;
-    op.scene = state_.scene;
-    op.value = weight;
-  }
-  void read_output(float gamma) { add(Operation::Kind::read_output).value = gamma; }
+  void clear_target() { add({.kind = K::clear_target}); }
+  void post_draw(float weight) { add({.kind = K::draw, .scene = state_.scene, .value = weight}); }
+  void read_output(float gamma) { add({.kind = K::read_output, .value = gamma}); }
   void delete_texture(unsigned int texture) {
-    add(Operation::Kind::delete_texture).texture = texture;
+    add({.kind = K::delete_texture, .texture = texture});
   }
-  unsigned int upload_texture(const image_desc& image) {
-    Operation& op = add(Operation::Kind::upload_texture);
-    op.image = image;
-    op.result = next_texture_++;
-    return op.result;
-  }
-  unsigned int make_normal_map(unsigned int bump_texture, int width, int height) {
-    Operation& op = add(Operation::Kind::make_normal_map);
-    op.texture = bump_texture;
-    op.width = width;
-    op.height = height;
-    op.result = next_texture_++;
-    return op.result;
+  unsigned int upload_texture(const image_desc&) { return add({.kind = K::upload_texture}); }
+  unsigned int make_normal_map(unsigned int bumps, int width, int height) {
+    return add({.kind = K::make_normal_map, .texture = bumps, .width = width, .height = height});
   }
   unsigned int make_environment_cube(unsigned int texture) {
-    Operation& op = add(Operation::Kind::make_environment_cube);
-    op.texture = texture;
-    op.result = next_texture_++;
-    return op.result;
+    return add({.kind = K::make_environment_cube, .texture = texture});
   }
 
   std::vector<Operation> operations;
 
  private:
-  Operation& add(Operation::Kind kind) {
-    Operation& op = operations.emplace_back();
-    op.kind = kind;
+  // Records `op` at the current time; returns the texture name it makes.
+  unsigned int add(Operation op) {
     op.time = in_data_.current_time;
-    return op;
+    op.result = op.kind >= K::upload_texture ? next_texture_++ : 0;
+    operations.push_back(std::move(op));
+    return operations.back().result;
   }
 
   RenderState& state_;
@@ -141,9 +98,7 @@ class RecordingPlugin : public AePluginConnection {
     render_frame(context, *this, *renderer, sample_counter, client);
     frames.push_back(std::move(client.operations));
   }
-
-  // The operations of each rendered frame, oldest first.
-  std::vector<std::vector<Operation>> frames;
+  std::vector<std::vector<Operation>> frames;  // the operations of each frame, oldest first
 
  private:
   unsigned int next_texture_ = 1001;
@@ -176,10 +131,7 @@ class DebugLines {
 // layer "Sphere"; tests add parameter values and layers.
 inline lunaform::host::Composition sphere_composition() {
   lunaform::host::Composition comp;
-  lunaform::host::Layer sphere;
-  sphere.name = "Sphere";
-  sphere.content = lunaform::host::EffectLayer{};
-  comp.layers.push_back(std::move(sphere));
+  comp.layers.push_back({.name = "Sphere", .content = lunaform::host::EffectLayer{}});
   return comp;
 }
 
@@ -187,61 +139,6 @@ inline lunaform::host::EffectLayer& effect_of(lunaform::host::Composition& comp)
   return std::get<lunaform::host::EffectLayer>(
       comp.layers[lunaform::host::effect_layer_index(comp).value()].content);
 }
-
-// The RecordingPlugin set up in a host: global, parameter and sequence setup done.
-class SceneHost {
- public:
-  SceneHost() : host(&e2e_plugin::entry_for<RecordingPlugin>) {
-    e2e_plugin::set_up_instance(host);
-    host.set_composition(sphere_composition());
-  }
-
-  // Starts over with `comp`: default settings, no checkout failures, and a new instance whose
-  // slots hold no textures.
-  void reset(lunaform::host::Composition comp = sphere_composition()) {
-    host.settings() = {};
-    host.checkout_failures() = {};
-    EXPECT_EQ(host.sequence_setdown(), PF_Err_NONE);
-    EXPECT_EQ(host.sequence_setup(), PF_Err_NONE);
-    host.set_composition(std::move(comp));
-  }
-
-  RecordingPlugin& plugin() { return e2e_plugin::plugin_in<RecordingPlugin>(host); }
-
-  // Pre-renders and renders one frame; returns its operations (none when the render failed).
-  // Every suite and parameter the frame took is given back.
-  std::vector<Operation> render() {
-    const std::size_t before = plugin().frames.size();
-    EXPECT_EQ(host.smart_pre_render(), PF_Err_NONE);
-    EXPECT_EQ(host.smart_render(), PF_Err_NONE);
-    EXPECT_TRUE(host.problems().empty()) << host.problems().front();
-    EXPECT_TRUE(host.suites().unreleased().empty());
-    EXPECT_EQ(host.outstanding_param_checkouts(), 0);
-    if (plugin().frames.size() == before) {
-      return {};
-    }
-    return plugin().frames.back();
-  }
-
-  lunaform::host::EffectHost host;
-};
-
-// One SceneHost for all the tests of a suite (setting one up starts a render thread), started
-// over before each test.
-class SharedSceneHost : public testing::Test {
- protected:
-  static void SetUpTestSuite() { scene_ = std::make_unique<SceneHost>(); }
-  static void TearDownTestSuite() { scene_.reset(); }
-  void SetUp() override { scene_->reset(); }
-
-  // Renders one frame of `comp` at the default settings.
-  static std::vector<Operation> render(lunaform::host::Composition comp) {
-    scene_->host.set_composition(std::move(comp));
-    return scene_->render();
-  }
-
-  static inline std::unique_ptr<SceneHost> scene_;
-};
 
 // The operations of `kind` in `operations`, in order.
 inline std::vector<Operation> of_kind(const std::vector<Operation>& operations,
@@ -258,8 +155,45 @@ inline std::vector<Operation> of_kind(const std::vector<Operation>& operations,
 // The one operation of `kind`; fails the test when there is not exactly one.
 inline Operation only(const std::vector<Operation>& operations, Operation::Kind kind) {
   const std::vector<Operation> found = of_kind(operations, kind);
-  EXPECT_EQ(found.size(), 1u) << kind_name(kind);
+  EXPECT_EQ(found.size(), 1u) << "operation kind " << int(kind);
   return found.empty() ? Operation{} : found.front();
 }
+
+// The RecordingPlugin set up in a host once for a suite (that starts a render thread), and
+// started over before each test.
+class SceneTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    host_ = std::make_unique<lunaform::host::EffectHost>(&e2e_plugin::entry_for<RecordingPlugin>);
+    e2e_plugin::set_up_instance(*host_);
+  }
+  static void TearDownTestSuite() { host_.reset(); }
+  // Default settings, no checkout failures, a new instance whose slots hold no textures.
+  void SetUp() override { reset(sphere_composition()); }
+
+  static void reset(lunaform::host::Composition comp) {
+    host_->settings() = {};
+    host_->checkout_failures() = {};
+    EXPECT_EQ((std::tuple{host_->sequence_setdown(), host_->sequence_setup()}), std::tuple(0, 0));
+    host_->set_composition(std::move(comp));
+  }
+  static RecordingPlugin& plugin() { return e2e_plugin::plugin_in<RecordingPlugin>(*host_); }
+
+  // Pre-renders and renders one frame (of `comp` when given); returns its operations, none
+  // when the render failed. Every suite and parameter the frame took is given back.
+  static std::vector<Operation> render(std::optional<lunaform::host::Composition> comp = {}) {
+    if (comp) {
+      host_->set_composition(std::move(*comp));
+    }
+    const std::size_t before = plugin().frames.size();
+    EXPECT_EQ((std::tuple{host_->smart_pre_render(), host_->smart_render()}), std::tuple(0, 0));
+    EXPECT_TRUE(host_->problems().empty()) << host_->problems().front();
+    EXPECT_TRUE(host_->suites().unreleased().empty());
+    EXPECT_EQ(host_->outstanding_param_checkouts(), 0);
+    return plugin().frames.size() == before ? std::vector<Operation>{} : plugin().frames.back();
+  }
+
+  static inline std::unique_ptr<lunaform::host::EffectHost> host_;
+};
 
 }  // namespace e2e_scene

@@ -1,0 +1,369 @@
+// The host with the small modules built for its tests, and lunaform-render as a user runs it,
+// in a child process: what it prints, the files it writes and what is in them, with the frame
+// script's module (frame 0 white, frame 1 untouched, frame 2 fails) where the picture must be
+// known exactly, and with the effect itself where frames are compared with each other.
+#include <OpenImageIO/imageio.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "host/effect_host.h"
+#include "host/host_error.h"
+#include "host/module.h"
+#include "tests/host_temp_folder.h"
+#include "tests/shell_command.h"
+
+namespace {
+
+using lunaform::host::EffectHost;
+using lunaform::host::HostError;
+using lunaform::host::Module;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+const std::filesystem::path kModules = LUNAFORM_TEST_MODULE_DIR;
+
+std::string quoted(const std::filesystem::path& path) {
+  return "'" + path.string() + "'";
+}
+
+TEST(E2eHostModules, FilesThatCannotBeLoadedAreRefusedWithTheirReasonBeforeAnyOfTheirCodeRuns) {
+  const host_test::TempFolder folder;
+  std::ifstream in(kModules / "host_failing_setup.so", std::ios::binary);
+  const std::string module{std::istreambuf_iterator<char>(in), {}};
+  std::string corrupt = module;
+  corrupt[corrupt.find("MIB8dnik") - 4] = char(0xFF);  // the property count precedes the first
+  const std::pair<std::filesystem::path, std::string> cases[] = {
+      {kModules / "no_such_module.so", "No such file or directory"},
+      {kModules, "read error: Is a directory"},
+      {folder.write("not_elf.so", "hello\n"), "not an ELF file"},
+      {folder.write("truncated.so", module.substr(0, 100)), "truncated ELF file"},
+      {folder.write("corrupt_pipl.so", corrupt), "PiPL claims 255 properties"},
+      {kModules / "host_no_pipl.so", "no .pipl section"},
+      {kModules / "host_missing_entry.so", "its entry point 'NotExportedMain' is not exported"},
+      {kModules / "host_unresolved_symbol.so",
+       "undefined symbol: lunaform_test_function_nobody_defines"}};
+  for (const auto& [file, reason] : cases) {
+    EXPECT_THAT([&] { Module::load(file); },
+                testing::ThrowsMessage<HostError>(
+                    testing::AllOf(testing::StartsWith("cannot load '" + file.string() + "': "),
+                                   HasSubstr(reason), testing::Not(HasSubstr("\n")))));
+  }
+  EXPECT_EQ(std::getenv("LUNAFORM_HOST_NO_PIPL_LOADED"), nullptr)
+      << "a file without a PiPL must be refused before any of its code runs";
+
+  // A module whose global setup fails is still sent global setdown, which frees what it kept.
+  const Module failing = Module::load(kModules / "host_failing_setup.so");
+  EXPECT_EQ(std::tuple(failing.pipl().name, failing.pipl().entry_point),
+            std::tuple("Failing Setup", "FailingSetupMain"));
+  EffectHost host(failing.entry_point());
+  EXPECT_EQ(host.global_setup(), PF_Err_INTERNAL_STRUCT_DAMAGED);
+  EXPECT_EQ(host.handles().live_count(), 1u);
+  EXPECT_EQ(host.global_setdown(), PF_Err_NONE);
+  EXPECT_EQ(host.handles().live_count(), 0u);
+  ASSERT_EQ(host.commands().size(), 2u);
+  EXPECT_EQ(host.commands()[1].command, PF_Cmd_GLOBAL_SETDOWN);
+  EXPECT_THAT(host.problems(), IsEmpty());
+}
+
+struct ToolRun {
+  int exit_code = -1;
+  std::string out, err;  // standard output and standard error
+};
+
+// Runs lunaform-render with `arguments` in the folder `where` (default outputs land there),
+// without a display whatever the test's environment has: nothing may wait for a user.
+ToolRun run_render(const std::filesystem::path& where, const std::string& arguments) {
+  const std::filesystem::path err_file = std::filesystem::path(testing::TempDir()) /
+                                         ("render_tool_stderr_" + std::to_string(getpid()));
+  const ShellRun shell =
+      run_shell_command("cd " + quoted(where) + " && env -u DISPLAY " + LUNAFORM_RENDER_PATH + " " +
+                        arguments + " 2>" + quoted(err_file));
+  std::ifstream err(err_file);
+  ToolRun run{shell.exit_code, shell.output, {std::istreambuf_iterator<char>(err), {}}};
+  std::filesystem::remove(err_file);
+  return run;
+}
+
+const std::string kFrameScript = "--module " + quoted(kModules / "host_frame_script.so") + " ";
+
+std::set<std::string> names_in(const std::filesystem::path& folder) {
+  std::set<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    names.insert(entry.path().filename().string());
+  }
+  return names;
+}
+
+// The text's last line, without its line break.
+std::string last_line(std::string text) {
+  if (!text.empty() && text.back() == '\n') {
+    text.pop_back();
+  }
+  return text.substr(text.rfind('\n') + 1);
+}
+
+// A written frame: its size, channels and type, and every channel as a float (integers divided
+// by their maximum, so white is 1 at every depth), colour straight.
+struct StoredFrame {
+  int width = 0, height = 0, channels = 0;
+  OIIO::TypeDesc format;
+  std::vector<float> values;
+};
+
+StoredFrame read_frame(const std::filesystem::path& file) {
+  OIIO::ImageSpec config;
+  config.attribute("oiio:UnassociatedAlpha", 1);
+  const std::unique_ptr<OIIO::ImageInput> input = OIIO::ImageInput::open(file.string(), &config);
+  if (!input) {
+    ADD_FAILURE() << file << ": " << OIIO::geterror();
+    return {};
+  }
+  const OIIO::ImageSpec& spec = input->spec();
+  StoredFrame frame{spec.width, spec.height, spec.nchannels, spec.format,
+                    std::vector<float>(spec.image_pixels() * std::size_t(spec.nchannels))};
+  EXPECT_TRUE(
+      input->read_image(0, 0, 0, spec.nchannels, OIIO::TypeDesc::FLOAT, frame.values.data()));
+  return frame;
+}
+
+bool all_equal(const std::vector<float>& values, float expected) {
+  return !values.empty() &&
+         std::all_of(values.begin(), values.end(), [&](float v) { return v == expected; });
+}
+
+TEST(E2eRenderTool, EveryBadInputEndsWithOneClearLineAndWritesNothing) {
+  const host_test::TempFolder folder;
+  const std::string failing = quoted(kModules / "host_failing_setup.so");
+  const std::string no_pipl = quoted(kModules / "host_no_pipl.so");
+  const std::string fs = kFrameScript;
+  const std::optional<std::string> module_speaks;  // something the module wrote comes first
+  // The arguments, the last line after "lunaform-render: ", and all that comes before it when
+  // known exactly, with nothing on standard output.
+  // clang-format off
+  const std::tuple<std::string, std::string, std::optional<std::string>> cases[] = {
+      {fs + "/no/such/scene.json", "/no/such/scene.json: cannot read the scene file: No such file or directory", ""},
+      {fs + "--frames 5-2", "bad --frames '5-2': the last frame comes before the first", ""},
+      {fs + "--frames 0-300", "frames 0-300 lie outside the composition, which has frames 0-299", ""},
+      {fs + "-o out.png --frames 0-1", "frames 0-1 need a frame number in the output name 'out.png', for example 'out.####.png'", ""},
+      {fs + "--region 1900,0,100,100", "--region 1900,0,100,100 reaches outside the layer of 1920 x 1080 pixels", ""},
+      {fs + "--downsample 2 --region 960,0,1,1", "--region 960,0,1,1 reaches outside the layer of 960 x 540 pixels", ""},
+      {fs + "--region 0,0,0,10", "bad --region '0,0,0,10': width and height must be at least 1", ""},
+      {fs + "--downsample 0", "bad --downsample 0: renders at 1/N of the size, N from 1", ""},
+      {fs + "-o out.jpg", "cannot write 'out.jpg': unknown image type '.jpg' (use .png or .exr)", ""},
+      {fs + "-o out.png --bpc 32", "cannot write 32 bits per channel to 'out.png': PNG holds 8 or 16 (use .exr for 32-bit float)", ""},
+      {fs + "-o /no/such/folder/out.png", "cannot write '/no/such/folder/out.png': the folder '/no/such/folder' does not exist", ""},
+      {fs + "--bpc 12", "--bpc: 12 not in {8,16,32}", ""},
+      {fs + "--frames 2 -o out.png", "Smart Render of frame 2 failed with error 4", "Frame Script: frame 2 fails on purpose\n"},
+      {"--module " + failing, "global setup of " + failing + " failed with error 512", module_speaks},
+      {"--info /no/such/module.so", "cannot load '/no/such/module.so': No such file or directory", ""},
+      {"--info " + no_pipl, "cannot load " + no_pipl + ": no .pipl section", ""},
+      {"--info " + failing, "global setup of " + failing + " failed with error 512", module_speaks},
+      {"--controls panel.png --pointer 200", "bad --pointer '200': expected X,Y (two whole numbers)", module_speaks},
+      {"--controls panel.png --pointer 2,4,0", "bad --pointer '2,4,0': expected X,Y (two whole numbers)", module_speaks},
+      {"--controls panel.png --pointer 566,10", "--pointer 566,10 lies outside the controls panel (574 x 120 pixels, the header control's top-left corner at 8,28)", module_speaks},
+      {"--controls /no/such/folder/panel.png", "cannot write '/no/such/folder/panel.png': the folder '/no/such/folder' does not exist", module_speaks},
+      {"--controls", "--controls shows a window and needs a display (DISPLAY is not set); --controls OUT.png draws the panel into a file instead", module_speaks},
+      {"--controls --pointer 1,2", "--pointer needs --controls OUT.png", module_speaks}};
+  // clang-format on
+  for (const auto& [arguments, line, before] : cases) {
+    SCOPED_TRACE(arguments);
+    const ToolRun run = run_render(folder.path(), arguments);
+    EXPECT_NE(run.exit_code, 0);
+    EXPECT_EQ(last_line(run.err), "lunaform-render: " + line) << run.err;
+    if (before) {
+      EXPECT_EQ(run.err, *before + "lunaform-render: " + line + "\n");
+      EXPECT_EQ(run.out, "");
+    }
+    EXPECT_THAT(names_in(folder.path()), IsEmpty());
+  }
+}
+
+TEST(E2eRenderTool, FramesTakeTheirSizeDepthAndNameFromTheOptionsAndARangeOneFileEach) {
+  const host_test::TempFolder folder;
+  folder.write("tiny.json", R"({"composition": {"width": 64, "height": 36},
+                                "layers": [{"name": "Sphere", "type": "effect"}]})");
+  // Without an output the file is named after the scene, in the current folder; 32 bits
+  // choose EXR. Each file holds the frame script's white.
+  // clang-format off
+  const std::tuple<std::string, std::string, int, int, OIIO::TypeDesc> cases[] = {
+      {"--downsample 8 -o a.png", "a.png", 240, 135, OIIO::TypeDesc::UINT8},
+      {"--downsample 8 --bpc 16 -o b.png", "b.png", 240, 135, OIIO::TypeDesc::UINT16},
+      {"--downsample 8 -o c.exr", "c.exr", 240, 135, OIIO::TypeDesc::FLOAT},
+      {"--region 100,50,30,20 -o d.png", "d.png", 30, 20, OIIO::TypeDesc::UINT8},
+      {"--downsample 4 --region 470,260,10,10 -o e.png", "e.png", 10, 10, OIIO::TypeDesc::UINT8},
+      {"tiny.json", "tiny.png", 64, 36, OIIO::TypeDesc::UINT8},
+      {"tiny.json --bpc 32 --downsample 2", "tiny.exr", 32, 18, OIIO::TypeDesc::FLOAT}};
+  // clang-format on
+  for (const auto& [arguments, file, width, height, format] : cases) {
+    SCOPED_TRACE(arguments);
+    const ToolRun run = run_render(folder.path(), kFrameScript + arguments);
+    ASSERT_EQ(run.exit_code, 0) << run.err;
+    EXPECT_EQ(std::tuple(run.out, run.err), std::tuple("wrote " + file + "\n", ""));
+    const StoredFrame frame = read_frame(folder / file);
+    EXPECT_EQ(std::tuple(frame.width, frame.height, frame.channels, frame.format),
+              std::tuple(width, height, 4, format));
+    EXPECT_TRUE(all_equal(frame.values, 1.0f));
+  }
+  // A range: one file per frame (frame 0 white, frame 1 untouched), one progress line each
+  // where standard error is no terminal, and the first and last file named.
+  const ToolRun run = run_render(folder.path(), kFrameScript + "--frames 0-1 --downsample 8 -o " +
+                                                    quoted(folder / "shot.####.png"));
+  ASSERT_EQ(run.exit_code, 0) << run.err;
+  const std::string first = (folder / "shot.0000.png").string();
+  const std::string second = (folder / "shot.0001.png").string();
+  EXPECT_EQ(run.err, "frame 1/2: " + first + "\nframe 2/2: " + second + "\n");
+  EXPECT_EQ(run.out, "wrote 2 frames: " + first + " to " + second + "\n");
+  EXPECT_EQ(names_in(folder.path()).count("shot.0001.png"), 1u);
+  EXPECT_TRUE(all_equal(read_frame(first).values, 1.0f));
+  const StoredFrame untouched = read_frame(second);
+  EXPECT_EQ(std::tuple(untouched.width, untouched.height), std::tuple(240, 135));
+  EXPECT_TRUE(all_equal(untouched.values, 0.0f));
+}
+
+TEST(E2eRenderTool, TheEffectDescribesItselfChecksScenesAndRendersItsDefaultComposition) {
+  const host_test::TempFolder folder;
+  const ToolRun info = run_render(folder.path(), "--info " + quoted(LUNAFORM_MODULE_PATH));
+  EXPECT_EQ(info.exit_code, 0) << info.err;
+  for (const char* line :
+       {"Name:          Lunaform\n", "Category:      Brightmoor\n",
+        "Match name:    BRIGHTMOOR Sphere\n",
+        "Version:       1.0.0 develop build 66 (0x00080042)\n", "Parameters (80):", "\"Radius\"",
+        "valid 0 to 100000, slider 0 to 15, default 200, precision 1",
+        "choices \"0|2|4|8|16\" (5), default 4"}) {
+    EXPECT_THAT(info.out, HasSubstr(line));
+  }
+  const ToolRun about = run_render(folder.path(), "--about");
+  EXPECT_EQ(about.exit_code, 0) << about.err;
+  EXPECT_THAT(about.err, HasSubstr("Lunaform v1.0.2 (66)"));
+
+  const std::filesystem::path good = folder.write(
+      "good.json",
+      R"({"layers": [{"name": "Sphere", "type": "effect", "params": {"Radius": 300}}]})");
+  const ToolRun accepted = run_render(folder.path(), "--check " + quoted(good));
+  EXPECT_EQ(accepted.exit_code, 0) << accepted.err;
+  EXPECT_EQ(accepted.out,
+            good.string() + ": 1920 x 1080, 1 layers: the effect accepts the scene\n");
+  // Names are checked against the parameters the module registered: a misspelling is refused
+  // with the file and the place.
+  const std::filesystem::path bad = folder.write(
+      "bad.json",
+      R"({"layers": [{"name": "Sphere", "type": "effect", "params": {"Radiuss": 300}}]})");
+  const ToolRun refused = run_render(folder.path(), "--check " + quoted(bad));
+  EXPECT_EQ(std::tuple(refused.exit_code, refused.out), std::tuple(1, ""));
+  EXPECT_THAT(last_line(refused.err),
+              HasSubstr("lunaform-render: " + bad.string() +
+                        ": /layers/0/params/Radiuss: unknown parameter \"Radiuss\""));
+
+  // Without arguments the built-in default composition is rendered; the effect's build line
+  // comes without a line end, which the host ends.
+  const ToolRun run = run_render(folder.path(), "");
+  ASSERT_EQ(run.exit_code, 0) << run.err;
+  EXPECT_EQ(run.out, "wrote lunaform.png\n");
+  EXPECT_THAT(run.err, HasSubstr("## Lunaform 1.0.2 (66)\n"));
+  EXPECT_EQ(names_in(folder.path()),
+            (std::set<std::string>{"bad.json", "good.json", "lunaform.png"}));
+  const StoredFrame frame = read_frame(folder / "lunaform.png");
+  EXPECT_EQ(std::tuple(frame.width, frame.height, frame.channels, frame.format),
+            std::tuple(1920, 1080, 4, OIIO::TypeDesc(OIIO::TypeDesc::UINT8)));
+}
+
+// The largest difference of a channel, relative to the channel's size where that is above 1.
+float relative_difference(const std::array<float, 4>& a, const std::array<float, 4>& b) {
+  float largest = 0.0f;
+  for (int i = 0; i < 4; ++i) {
+    largest =
+        std::max(largest, std::abs(a[i] - b[i]) / std::max({1.0f, std::abs(a[i]), std::abs(b[i])}));
+  }
+  return largest;
+}
+
+// examples/lights.json (960 x 540, four lights on the default sphere) at 2 s and 32 bits per
+// channel, whole, as a region and at half resolution: the region is that region of the whole
+// frame, the half-resolution frame the whole one scaled down.
+TEST(E2eRenderTool, ARegionAndAHalfResolutionFrameAgreeWithTheWholeFrame) {
+  const host_test::TempFolder folder;
+  const auto examples = std::filesystem::path(__FILE__).parent_path().parent_path() / "examples";
+  for (const char* options :
+       {"-o whole.exr", "--region 420,150,180,110 -o part.exr", "--downsample 2 -o half.exr"}) {
+    const ToolRun run = run_render(
+        folder.path(), quoted(examples / "lights.json") + " --frames 60 --bpc 32 " + options);
+    ASSERT_EQ(run.exit_code, 0) << run.err;
+  }
+  const StoredFrame whole = read_frame(folder / "whole.exr");
+  const StoredFrame part = read_frame(folder / "part.exr");
+  const StoredFrame half = read_frame(folder / "half.exr");
+  const auto pixel = [](const StoredFrame& frame, int x, int y) {  // red, green, blue, alpha
+    std::array<float, 4> value;
+    std::copy_n(frame.values.begin() + (std::ptrdiff_t(y) * frame.width + x) * 4, 4, value.begin());
+    return value;
+  };
+  ASSERT_EQ(std::tuple(whole.width, part.width, part.height, half.width, half.height),
+            std::tuple(960, 180, 110, 480, 270));
+  // Across the sphere's edge and lit side, off centre. The region's projection is the whole
+  // frame's cut down, not the same matrix: most pixels agree to 1e-6, but the specular peak
+  // (values up to about 60) is so steep that the last bits move it by up to about 1.5 %.
+  int covered = 0;
+  float largest = 0.0f;
+  for (int y = 0; y < 110; ++y) {
+    for (int x = 0; x < 180; ++x) {
+      covered += pixel(whole, 420 + x, 150 + y)[3] > 0.0f;
+      largest =
+          std::max(largest, relative_difference(pixel(part, x, y), pixel(whole, 420 + x, 150 + y)));
+    }
+  }
+  EXPECT_GT(covered, 1000) << "the region shows the sphere";
+  EXPECT_LT(largest, 0.02f);
+  // Where the four pixels a half-resolution one covers hardly differ, the shading at their
+  // common centre, which it shows, lies within that spread of their mean. The silhouette's
+  // pixels differ one by one, but the area the sphere covers does not.
+  double whole_alpha = 0.0, half_alpha = 0.0;
+  int compared = 0;
+  for (int y = 0; y < 270; ++y) {
+    for (int x = 0; x < 480; ++x) {
+      std::array<float, 4> mean{}, low{1e30f, 1e30f, 1e30f, 1e30f},
+          high{-1e30f, -1e30f, -1e30f, -1e30f};
+      for (int d = 0; d < 4; ++d) {
+        const std::array<float, 4> p = pixel(whole, 2 * x + d % 2, 2 * y + d / 2);
+        for (int i = 0; i < 4; ++i) {
+          mean[i] += p[i] / 4.0f;
+          low[i] = std::min(low[i], p[i]);
+          high[i] = std::max(high[i], p[i]);
+        }
+      }
+      whole_alpha += mean[3];
+      half_alpha += pixel(half, x, y)[3];
+      if (low[3] == 1.0f && relative_difference(low, high) < 0.02f) {
+        ++compared;
+        EXPECT_LT(relative_difference(pixel(half, x, y), mean), 0.02f)
+            << "pixel (" << x << ", " << y << ")";
+      }
+    }
+  }
+  EXPECT_GT(compared, 1000);
+  EXPECT_NEAR(half_alpha, whole_alpha, 0.01 * whole_alpha);
+
+  // 20000 pixels wide: more than any texture this GL allows (16384 on llvmpipe), less than the
+  // host's own limit; the renderer's message comes through the effect's popup.
+  folder.write("wide.json", R"({"composition": {"width": 20000, "height": 4},
+                                "layers": [{"name": "Sphere", "type": "effect"}]})");
+  const ToolRun wide = run_render(folder.path(), "wide.json --bpc 32 -o wide.exr");
+  EXPECT_NE(wide.exit_code, 0);
+  EXPECT_THAT(wide.err, HasSubstr("render texture size is over maximum supported size"));
+  EXPECT_EQ(last_line(wide.err), "lunaform-render: Smart Render of frame 0 failed with error 512");
+}
+
+}  // namespace

@@ -1,0 +1,449 @@
+// Scene assembly and the frame render command through the real host, the renderer's operations
+// recorded: camera, lights, placement, material, motion-blur samples, converted maps; each
+// compared with values worked out here from the composition.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <map>
+#include <optional>
+#include <regex>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "host/camera_math.h"
+#include "host/composition.h"
+#include "tests/e2e_scene_support.h"
+
+namespace {
+
+using e2e_scene::only;
+using e2e_scene::Operation;
+using K = Operation::Kind;
+using lunaform::host::Color;
+using lunaform::host::Composition;
+using lunaform::host::Layer;
+using lunaform::host::LayerRef;
+using lunaform::host::LightLayer;
+using lunaform::host::LightType;
+using lunaform::host::SolidLayer;
+using lunaform::host::Vec3;
+using Keys = lunaform::host::Animated<Vec3>;
+
+constexpr double kPi = 3.14159265358979323846;
+constexpr A_long kFrameTen = 10 * 120;  // the host's time step is 120 at 30 frames per second
+
+void expect_vec4(const hxsdk::vec4& actual, std::array<double, 4> expected, const std::string& what,
+                 double tolerance = 1e-5) {
+  const std::array<double, 4> got{actual.x, actual.y, actual.z, actual.w};
+  for (int i = 0; i < 4; ++i) {
+    EXPECT_NEAR(got[i], expected[i], tolerance) << what << ", component " << i;
+  }
+}
+
+auto& params_of(Composition& comp) {
+  return e2e_scene::effect_of(comp).params;
+}
+
+// `from` at the start of frame 10, `to` at the start of frame 11.
+Keys across_frame_ten(const Vec3& from, const Vec3& to) {
+  Keys keys;
+  keys.set_key(10.0 / 30.0, from);
+  keys.set_key(11.0 / 30.0, to);
+  return keys;
+}
+
+// A composition with a camera at `position` looking at `target`.
+struct CameraSetup {
+  Vec3 position, target;
+  double zoom = 0;
+};
+Composition with_camera(const CameraSetup& setup) {
+  Composition comp = e2e_scene::sphere_composition();
+  Layer camera{.name = "Camera", .content = lunaform::host::CameraLayer{setup.zoom}};
+  camera.transform.position = setup.position;
+  camera.transform.point_of_interest = setup.target;
+  comp.layers.insert(comp.layers.begin(), std::move(camera));
+  return comp;
+}
+
+// The same point through the camera record the renderer received: projection * view, the
+// perspective division, then -1..1 across the output buffer (-1 at its top row).
+std::array<double, 2> record_pixel(const render_properties& camera, const Vec3& point,
+                                   const render_data& output) {
+  const auto apply = [](const hxsdk::mat4& m, const std::array<double, 4>& v) {
+    std::array<double, 4> r{};
+    for (int k = 0; k < 16; ++k) {
+      r[k % 4] += m[k] * v[k / 4];
+    }
+    return r;
+  };
+  const auto clip =
+      apply(camera.projection_matrix, apply(camera.view_matrix, {point.x, point.y, point.z, 1.0}));
+  return {(clip[0] / clip[3] + 1.0) / 2.0 * output.output_image.width,
+          (clip[1] / clip[3] + 1.0) / 2.0 * output.output_image.height};
+}
+
+// A point light layer at `position`.
+Layer point_light(const std::string& name, const Vec3& position) {
+  Layer layer{.name = name, .content = LightLayer{.type = LightType::point}};
+  layer.transform.position = position;
+  return layer;
+}
+
+class E2eSceneCamera : public e2e_scene::SceneTest {};
+
+// The expectation is the host's own projection of the composition's camera, a pinhole camera
+// of its own, written and tested apart from the effect's.
+TEST_F(E2eSceneCamera, WorldPointsLandWhereTheHostsCameraPutsThemInEveryOutputBuffer) {
+  for (const bool camera_layer : {false, true}) {
+    for (const auto& [downsample, rect] :
+         {std::pair<A_u_long, std::optional<PF_LRect>>{1, {}}, {2, PF_LRect{200, 100, 600, 400}}}) {
+      host_->settings().downsample_x = host_->settings().downsample_y = {1, downsample};
+      host_->settings().output_rect = rect;
+      const auto ops =
+          render(camera_layer ? with_camera({{300, -200, -1500}, {1100, 600, 400}, 1800})
+                              : e2e_scene::sphere_composition());
+      const render_properties record = only(ops, K::set_render_properties).camera;
+      for (const Vec3& point :
+           {Vec3{960, 540, 0}, Vec3{0, 0, 0}, Vec3{1500, 200, 800}, Vec3{700, 900, -300}}) {
+        SCOPED_TRACE(testing::Message() << "camera layer " << camera_layer << ", 1/" << downsample
+                                        << ", " << point.x << " " << point.y << " " << point.z);
+        const auto expected = lunaform::host::project_to_layer_pixels(host_->composition(), point,
+                                                                      0.0, downsample, downsample);
+        ASSERT_TRUE(expected.has_value());
+        const auto actual = record_pixel(record, point, only(ops, K::set_output).output);
+        EXPECT_NEAR(actual[0], expected->x - (rect ? rect->left : 0), 0.02);
+        EXPECT_NEAR(actual[1], expected->y - (rect ? rect->top : 0), 0.02);
+      }
+      EXPECT_NEAR(record.eye_position.z,
+                  camera_layer ? -1500.0 : -960.0 / std::tan(19.8 * kPi / 180.0), 1e-2);
+    }
+  }
+}
+
+TEST_F(E2eSceneCamera, WidePixelsAreMadeSquareForTheSphereAndTheLights) {
+  Composition comp = e2e_scene::sphere_composition();
+  comp.layers.push_back(point_light("Point", {100, 50, -200}));
+  comp.pixel_aspect = e2e_scene::effect_of(comp).pixel_aspect = {2, 1};
+  params_of(comp) = {{"Position", Vec3{480, 270, 100}}, {"Radius", 150.0}, {"Rotation X", 90.0}};
+  host_->settings().downsample_x = host_->settings().downsample_y = {1, 2};
+  const auto ops = render(comp);
+  const scene_parameters drawn = only(ops, K::draw).scene;
+  // Layer pixels (480, 270, 100) and the light's (100, 50, -200), x twice as wide.
+  expect_vec4(drawn.position, {960, 270, 100, 0}, "sphere position");
+  expect_vec4(only(ops, K::set_lights).lights.at(0).position, {200, 50, -200, 0}, "light position");
+  EXPECT_FLOAT_EQ(drawn.radius, 150.0f);
+  // A quarter turn about x: (sin 45°, 0, 0, cos 45°).
+  expect_vec4(drawn.orientation, {std::sqrt(0.5), 0, 0, std::sqrt(0.5)}, "orientation");
+}
+
+class E2eSceneLights : public e2e_scene::SceneTest {};
+
+TEST_F(E2eSceneLights, TheDefaultPairLightsTheSphereOnlyWhenAskedAndNoLightIsLive) {
+  Layer off = point_light("Off", {100, 100, -500});
+  off.video_on = false;
+  Layer timed = point_light("Timed", {100, 100, -500});
+  timed.in_point = 1.0;  // to 3 s; the effect's clock runs at 3600 units a second
+  timed.duration = 2.0;
+  // The lights, "Use Default Lights", the time, how many lights (-1: the default pair).
+  const std::tuple<std::vector<Layer>, bool, A_long, int> cases[] = {
+      {{}, true, 0, -1},          {{}, false, 0, 0},         {{off}, true, 0, -1},
+      {{off}, false, 0, 0},       {{timed}, true, 3599, -1}, {{timed}, true, 3600, 1},
+      {{timed}, false, 10799, 1}, {{timed}, false, 10800, 0}};
+  for (const auto& [lights, default_lights, time, count] : cases) {
+    SCOPED_TRACE(testing::Message() << lights.size() << " at " << time << ", " << default_lights);
+    Composition comp = e2e_scene::sphere_composition();
+    comp.layers.insert(comp.layers.end(), lights.begin(), lights.end());
+    params_of(comp)["Use Default Lights"] = double(default_lights);
+    host_->settings().current_time = time;
+    const std::vector<light_properties> posted = only(render(comp), K::set_lights).lights;
+    if (count >= 0) {
+      EXPECT_EQ(posted.size(), std::size_t(count));
+      continue;
+    }
+    // A white parallel light from the upper left, and a fifth of white as ambient light.
+    ASSERT_EQ(posted.size(), 2u);
+    EXPECT_EQ(std::tuple(posted[0].light_type, posted[1].light_type), std::tuple(0, 3));
+    expect_vec4(posted[1].color, {0.2, 0.2, 0.2, 0.2}, "default ambient light");
+  }
+}
+
+class E2eSceneMaterial : public e2e_scene::SceneTest {
+ protected:
+  // The drawn scene of one frame with the given parameter values, all of which the effect takes.
+  static scene_parameters drawn(const std::map<std::string, lunaform::host::ParamValue>& values) {
+    Composition comp = e2e_scene::sphere_composition();
+    params_of(comp) = values;
+    host_->set_composition(comp);
+    EXPECT_TRUE(host_->effect_param_mismatches().empty());
+    return only(render(), K::draw).scene;
+  }
+};
+
+TEST_F(E2eSceneMaterial, EveryFieldFollowsItsParameter) {
+  using M = material_properties;
+  // The parameters that reach a material field as they are, each with a value of its own.
+  const std::tuple<const char*, double, float M::*> direct[] = {
+      // clang-format off
+      {"Diffuse Blend", 0.25, &M::diffuse_blend}, {"Edge Feather", 0.1, &M::edge_feather},
+      {"Edge Shrink", 0.05, &M::edge_shrink}, {"Diffuse Gamma", 1.8, &M::diffuse_gamma},
+      {"Glossiness Gamma", 1.2, &M::glossiness_gamma}, {"Illumination Gamma", 2.4, &M::illumination_gamma},
+      {"Environment Gamma", 2.0, &M::environment_gamma}, {"Diffuse Brightness", 1.5, &M::diffuse_brightness},
+      {"Glossiness Brightness", 0.75, &M::glossiness_brightness},
+      {"Illumination Brightness", 2.5, &M::illumination_brightness},
+      {"Environment Brightness", 3.0, &M::environment_brightness},
+      {"Bump Map Intensity", -2.5, &M::normal_amount}, {"Bump Falloff", 0.3, &M::clip_lighting},
+      {"Fresnel", -0.4, &M::fresnel}, {"Fresnel Bias", 2.0, &M::fresnel_bias},
+      {"Shadow/Light", 0.35, &M::shadow_light}, {"Shadow/Light Contrast", 4.5, &M::shadow_light_contrast},
+      {"Shadow/Light Expansion", -0.1, &M::shadow_light_expansion}, {"Bump Influence", 0.6, &M::bump_influence},
+      {"Reflectivity", 3.0, &M::reflectivity}, {"Ambient", 0.2, &M::ambient}, {"Diffuse", 4.0, &M::diffuse},
+      {"Glossiness", 0.7, &M::glossiness}, {"Specular", 5.0, &M::specular}, {"Box UV Feathering", 0.4, &M::uv_feathering}};
+  std::map<std::string, lunaform::host::ParamValue> values = {
+      {"Surface", 3.0}, {"3D Object", 2.0}, {"Unlit Only", 1.0}, {"UV Type", 4.0}, {"UV Mode", 2.0},
+      {"UV Repeat X", 2.0}, {"UV Repeat Y", -3.0}, {"UV Offset X", 0.25}, {"UV Offset Y", -0.5},
+      {"UV Rotation", 90.0}, {"Env. Rotation X", 30.0}, {"Env. Rotation Y", 45.0}, {"Env. Rotation Z", 60.0},
+      {"Opacity", 0.5}, {"Illumination", 2.0}, {"Gamma", 2.5}, {"Radius", 321.5}, {"Use Normal Map", 1.0},
+      {"Flip Normal Channels", 1.0}, {"Motion Blur", 3.0},  // the popup, not its group of that name
+      {"Color", Color{1, 128 / 255.0, 0, 1}}};
+  // clang-format on
+  for (const auto& [param, value, field] : direct) {
+    values[param] = value;
+  }
+  const scene_parameters s = drawn(values);
+  for (const auto& [param, value, field] : direct) {
+    EXPECT_FLOAT_EQ(s.material.*field, float(value)) << param;
+  }
+  const M& c = s.material;
+  // "Hemisphere" flattens the bottom; a normal map is taken as it is, its green flipped.
+  EXPECT_EQ(std::tuple(int(c.bump_is_height), int(c.normal_invert_green)), std::tuple(0, 1));
+  EXPECT_EQ(std::tuple(c.surface_mode, c.flatten_bottom, c.unlit, c.uv_type, c.uv_mode),
+            std::tuple(3, 1, 1, 4, 2));
+  expect_vec4({c.uv_repeat.x, c.uv_repeat.y, c.uv_offset.x, c.uv_offset.y}, {2, -3, 0.25, -0.5},
+              "UV");
+  EXPECT_NEAR(c.uv_rotation, kPi / 2, 1e-6);
+  // Opacity is the colour's alpha; the illumination colour is scaled whole.
+  expect_vec4(c.model_color, {1.0, 128 / 255.0, 0.0, 0.5}, "model colour");
+  expect_vec4(c.illumination_color, {2.0, 2.0, 2.0, 2.0}, "illumination colour");
+  // The turn about x by 30°, then y by 45°, then z by 60°: the Hamilton product qz qy qx of
+  // the axis quaternions (sin(a/2) axis, cos(a/2)), multiplied out by hand.
+  const double sx = std::sin(kPi / 12), cx = std::cos(kPi / 12), sy = std::sin(kPi / 8),
+               cy = std::cos(kPi / 8), sz = std::sin(kPi / 6), cz = std::cos(kPi / 6);
+  expect_vec4(c.environment_orientation,
+              {cz * cy * sx - sz * sy * cx, cz * sy * cx + sz * cy * sx,
+               sz * cy * cx - cz * sy * sx, cz * cy * cx + sz * sy * sx},
+              "environment orientation");
+  EXPECT_FLOAT_EQ(s.radius, 321.5f);
+  EXPECT_FLOAT_EQ(s.inverse_gamma, 0.4f);
+  // By default the sphere is at the layer's centre, whole; "Flip Normal Channels" counts only
+  // for a normal map.
+  const scene_parameters flip_only = drawn({{"Flip Normal Channels", 1.0}});
+  expect_vec4(flip_only.position, {960, 540, 0, 0}, "default position");
+  const material_properties& f = flip_only.material;
+  EXPECT_EQ(std::tuple(int(f.flatten_bottom), int(f.bump_is_height), int(f.normal_invert_green)),
+            std::tuple(0, 1, 0));
+}
+
+class E2eSceneFrame : public e2e_scene::SceneTest {};
+
+TEST_F(E2eSceneFrame, SixMotionBlurSamplesSpreadOverHalfAFrameAndAverageWithTimingLines) {
+  // The sphere moves 1200 pixels to the right during frame 10, and a light likewise: at k
+  // ticks past the frame, x = 100 + 10 k and 10 k.
+  Composition comp = e2e_scene::sphere_composition();
+  Layer moving = point_light("Moving", {0, 0, 0});
+  moving.transform.position = across_frame_ten({0, 0, -500}, {1200, 0, -500});
+  comp.layers.push_back(moving);
+  params_of(comp) = {{"Position", across_frame_ten({100, 540, 0}, {1300, 540, 0})},
+                     {"Motion Blur", 2.0},  // On
+                     {"Motion Blur Samples", 6.0},
+                     {"Shutter Angle", 180.0}};
+  host_->settings().current_time = kFrameTen;
+  e2e_scene::DebugLines debug;
+  const std::vector<Operation> ops = render(comp);
+  // Per sample without maps: the camera, the five map slots cleared (none has a layer), the
+  // lights, the target cleared, the draw.
+  std::vector<K> expected_kinds = {K::set_output};
+  for (int sample = 0; sample < 6; ++sample) {
+    expected_kinds.insert(
+        expected_kinds.end(),
+        {K::set_render_properties, K::delete_texture, K::delete_texture, K::delete_texture,
+         K::delete_texture, K::delete_texture, K::set_lights, K::clear_target, K::draw});
+  }
+  expected_kinds.push_back(K::read_output);
+  std::vector<K> kinds;
+  for (const Operation& op : ops) {
+    kinds.push_back(op.kind);
+  }
+  EXPECT_EQ(kinds, expected_kinds);
+  // Sample k at k/12 of a frame (10 ticks), weighted 1/(k+1) so that the result is the mean.
+  const std::vector<Operation> draws = e2e_scene::of_kind(ops, K::draw);
+  const std::vector<Operation> cameras = e2e_scene::of_kind(ops, K::set_render_properties);
+  const std::vector<Operation> lights = e2e_scene::of_kind(ops, K::set_lights);
+  ASSERT_EQ(std::tuple(draws.size(), cameras.size(), lights.size()), std::tuple(6u, 6u, 6u));
+  for (int k = 0; k < 6; ++k) {
+    EXPECT_EQ(std::tuple(cameras[k].time, draws[k].time),
+              std::tuple(kFrameTen + 10 * k, kFrameTen + 10 * k));
+    EXPECT_FLOAT_EQ(draws[k].value, 1.0f / float(k + 1)) << k;
+    EXPECT_NEAR(draws[k].scene.position.x, 100.0 + 100.0 * k, 1e-3) << k;
+    EXPECT_NEAR(lights[k].lights.at(0).position.x, 100.0 * k, 1e-3) << k;
+  }
+  // The host's time is back at the frame before the output is read, and after the command.
+  EXPECT_EQ(std::tuple(ops.back().time, host_->in_data().current_time),
+            std::tuple(kFrameTen, kFrameTen));
+  EXPECT_FLOAT_EQ(plugin().sample_counter, 7.0f);
+  // A timing line per stage, the whole frame containing its sample loop.
+  const std::vector<std::string> lines = debug.take();
+  ASSERT_EQ(lines.size(), 3u);
+  EXPECT_TRUE(std::regex_match(lines[0], std::regex("Input Render: [0-9]+\\.[0-9]{2} ms\n")));
+  EXPECT_TRUE(std::regex_match(lines[1], std::regex("Render: [0-9]+\\.[0-9]{2} ms\n")));
+  EXPECT_TRUE(std::regex_match(lines[2], std::regex("Full Render: [0-9]+\\.[0-9]{2} ms\n")));
+  EXPECT_LE(std::stod(lines[1].substr(8)), std::stod(lines[2].substr(13)));
+}
+
+TEST_F(E2eSceneFrame, CompSettingsFollowTheCompositionAndLayerSwitchesAndShutter) {
+  // The popup, the composition's and layer's switches and shutter, the samples' times.
+  // clang-format off
+  const std::tuple<double, bool, bool, double, std::vector<A_long>> cases[] = {
+      {1, true, true, 180, {0, 10, 20, 30, 40, 50}}, {1, true, true, 90, {0, 5, 10, 15, 20, 25}},
+      {1, true, false, 180, {0}}, {1, false, true, 180, {0}}, {3, true, true, 180, {0}},
+      {2, false, false, 90, {0, 10, 20, 30, 40, 50}}};  // On: its own shutter, whatever the switches
+  // clang-format on
+  for (const auto& [popup, comp_blur, layer_blur, shutter, offsets] : cases) {
+    SCOPED_TRACE(testing::Message() << popup << comp_blur << layer_blur << " " << shutter);
+    Composition comp = e2e_scene::sphere_composition();
+    comp.motion_blur = comp_blur;
+    comp.shutter_angle = shutter;
+    comp.layers[0].motion_blur = layer_blur;
+    params_of(comp)["Motion Blur"] = popup;
+    host_->settings().current_time = kFrameTen;
+    const std::vector<Operation> draws = e2e_scene::of_kind(render(comp), K::draw);
+    ASSERT_EQ(draws.size(), offsets.size());
+    for (std::size_t k = 0; k < draws.size(); ++k) {
+      EXPECT_EQ(draws[k].time, kFrameTen + offsets[k]) << k;
+      EXPECT_FLOAT_EQ(draws[k].value, 1.0f / float(k + 1)) << k;
+    }
+  }
+}
+
+TEST_F(E2eSceneFrame, TheOutputTakesItsGammaFromTheParametersAndRefusesAGammaOfZero) {
+  Composition comp = e2e_scene::sphere_composition();
+  params_of(comp)["Gamma"] = 2.5;
+  EXPECT_FLOAT_EQ(only(render(comp), K::read_output).value, 0.4f);
+  // A gamma of 0 has no inverse: the frame is refused with a message naming the parameter,
+  // before the output, leaving nothing locked or acquired.
+  params_of(comp)["Gamma"] = 0.0;
+  host_->set_composition(comp);
+  const std::size_t frames = plugin().frames.size();
+  e2e_plugin::MessageBoxCapture popups;
+  ASSERT_EQ(host_->smart_pre_render(), PF_Err_NONE);
+  EXPECT_EQ(host_->smart_render(), PF_Err_INTERNAL_STRUCT_DAMAGED);
+  ASSERT_EQ(popups.messages.size(), 1u);
+  EXPECT_NE(popups.messages[0].second.find("\"Gamma\""), std::string::npos);
+  EXPECT_EQ(std::tuple(plugin().frames.size(), host_->handles().lock_count(host_->sequence_data())),
+            std::tuple(frames, 0));
+  EXPECT_TRUE(host_->suites().unreleased().empty());
+}
+
+// A composition whose map parameters choose the layers named in `choices`; it holds "Red", a
+// red 64 x 32 solid, and "Blue", a blue one of the same size.
+Composition with_maps(const std::map<std::string, std::string>& choices) {
+  Composition comp = e2e_scene::sphere_composition();
+  comp.layers.push_back({.name = "Red", .content = SolidLayer{{1, 0, 0, 1}, 64, 32}});
+  comp.layers.push_back({.name = "Blue", .content = SolidLayer{{0, 0, 1, 1}, 64, 32}});
+  for (const auto& [param, layer] : choices) {
+    params_of(comp)[param] = LayerRef{layer};
+  }
+  return comp;
+}
+
+// The kinds of a frame's texture operations, in order, without the clearing of the slots of
+// maps without a layer (delete_texture(0)) that every frame does; the operations go to `work`.
+std::vector<K> texture_work(const std::vector<Operation>& ops,
+                            std::vector<Operation>* work = nullptr) {
+  std::vector<K> kinds;
+  for (const Operation& op : ops) {
+    if ((op.kind == K::delete_texture && op.texture != 0) || op.kind == K::upload_texture ||
+        op.kind == K::make_normal_map || op.kind == K::make_environment_cube) {
+      kinds.push_back(op.kind);
+      if (work != nullptr) {
+        work->push_back(op);
+      }
+    }
+  }
+  return kinds;
+}
+
+// The "Load Layer ID" lines of the map loads since the last call.
+std::vector<std::string> load_lines(e2e_scene::DebugLines& debug) {
+  std::vector<std::string> loads;
+  for (const std::string& line : debug.take()) {
+    if (line.rfind("Load Layer ", 0) == 0) {
+      loads.push_back(line.substr(0, line.find(':')));
+    }
+  }
+  return loads;
+}
+
+material_properties drawn_material(const std::vector<Operation>& ops) {
+  return only(ops, K::draw).scene.material;
+}
+
+class E2eSceneTextures : public e2e_scene::SceneTest {};
+
+TEST_F(E2eSceneTextures, ConvertedMapsAreMadeOnceAFrameFromAnUploadThatIsThenDeleted) {
+  Composition comp = with_maps({{"Bump Map Layer", "Red"}, {"Environment Layer", "Blue"}});
+  params_of(comp)["Motion Blur"] = 2.0;
+  params_of(comp)["Motion Blur Samples"] = 6.0;
+  e2e_scene::DebugLines debug;
+  std::vector<Operation> work;
+  const std::vector<Operation> ops = render(comp);
+  // In the first sample: the bumps become a normal map of their size, the environment a cube,
+  // each from an upload deleted at once; all six samples draw with them.
+  ASSERT_EQ(texture_work(ops, &work),
+            (std::vector<K>{K::upload_texture, K::make_normal_map, K::delete_texture,
+                            K::upload_texture, K::make_environment_cube, K::delete_texture}));
+  EXPECT_EQ(std::tuple(work[1].texture, work[1].width, work[1].height, work[2].texture),
+            std::tuple(work[0].result, 64, 32, work[0].result));
+  EXPECT_EQ(std::tuple(work[4].texture, work[5].texture),
+            std::tuple(work[3].result, work[3].result));
+  const std::vector<Operation> draws = e2e_scene::of_kind(ops, K::draw);
+  ASSERT_EQ(draws.size(), 6u);
+  EXPECT_EQ(work[4].time, draws[0].time);
+  for (const Operation& draw : draws) {
+    EXPECT_EQ(
+        std::tuple(draw.scene.material.normal_texture, draw.scene.material.environment_texture),
+        std::tuple(work[1].result, work[4].result));
+  }
+  EXPECT_EQ(load_lines(debug), (std::vector<std::string>{"Load Layer 508", "Load Layer 517"}));
+  // With "Use Normal Map" on the bump layer is taken as it is; off again, converted again.
+  params_of(host_->composition())["Use Normal Map"] = 1.0;
+  std::vector<Operation> plain;
+  ASSERT_EQ(texture_work(render(), &plain), (std::vector<K>{K::delete_texture, K::upload_texture}));
+  EXPECT_EQ(plain[0].texture, work[1].result);
+  params_of(host_->composition())["Use Normal Map"] = 0.0;
+  EXPECT_EQ(texture_work(render()), (std::vector<K>{K::delete_texture, K::upload_texture,
+                                                    K::make_normal_map, K::delete_texture}));
+}
+
+TEST_F(E2eSceneTextures,
+       AFailedCheckoutOrAFlattenedInstanceLeavesTheMapsOutWithoutFailingTheFrame) {
+  host_->checkout_failures().layer_pixels[502] = PF_Err_OUT_OF_MEMORY;
+  std::vector<Operation> ops =
+      render(with_maps({{"Diffuse Layer", "Red"}, {"Illumination Layer", "Blue"}}));
+  EXPECT_EQ(texture_work(ops), std::vector<K>{K::upload_texture});
+  EXPECT_EQ(drawn_material(ops).diffuse_texture, 0u);
+  EXPECT_NE(drawn_material(ops).illumination_texture, 0u);
+  // A flattened instance has no slots: it renders without maps and writes nothing.
+  reset(with_maps({{"Diffuse Layer", "Red"}, {"Environment Layer", "Blue"}}));
+  ASSERT_EQ(host_->sequence_flatten(), PF_Err_NONE);
+  const PF_Handle flat = host_->sequence_data();
+  ASSERT_EQ(host_->handles().size(flat), 0u);
+  ops = render();
+  EXPECT_TRUE(e2e_scene::of_kind(ops, K::delete_texture).empty());
+  EXPECT_TRUE(texture_work(ops).empty());
+  EXPECT_EQ(drawn_material(ops).diffuse_texture + drawn_material(ops).environment_texture, 0u);
+  EXPECT_EQ(std::tuple(host_->sequence_data(), host_->handles().size(flat)), std::tuple(flat, 0u));
+}
+
+}  // namespace
