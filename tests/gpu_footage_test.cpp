@@ -1,15 +1,11 @@
-// Footage through the map parameters of the effect's own plug-in object in a host, with the
-// real renderer: the textures it holds at every depth, what frames upload while a layer stays
-// the same, changes or breaks, and the layers a frame must survive.
+// Footage through the map parameters of the effect's plug-in object in a host, with the real
+// renderer: textures at every depth, uploads across frames, layers a frame must survive.
 #include <OpenImageIO/imageio.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <map>
-#include <optional>
 #include <set>
-#include <string>
-#include <vector>
 
 #include "host/render_frame.h"
 #include "platform/debug_output.h"
@@ -27,9 +23,8 @@ using lunaform::host::LayerRef;
 using testing::IsEmpty;
 using Loads = std::vector<std::string>;
 
-// The effect's own plug-in object (or a test's subclass, through `entry`) in a host that
-// renders a small, quick sphere (radius 12 in 64 x 36, no multisampling) beside `layers`
-// through the host's frame path: footage refresh, Smart PreRender, Smart Render.
+// The effect's plug-in object (or a test's subclass) in a host rendering a small, quick sphere
+// beside `layers` through its frame path: footage refresh, Smart PreRender, Smart Render.
 class FootageHost {
  public:
   explicit FootageHost(const std::vector<lunaform::host::Layer>& layers,
@@ -152,6 +147,17 @@ std::pair<lunaform::host::Layer, std::vector<float>> footage(
   return {host_test::footage_layer(name, file), rgba};
 }
 
+// `texels` RGBA texels, every value unlike its neighbours' and other patterns' (a swapped
+// channel, a flipped row, a mixed-up layer, colour that is not straight all show).
+std::vector<float> pattern(int seed, int texels, float low = 0.0f, float high = 1.0f) {
+  std::vector<float> rgba;
+  for (int i = 0; i < texels * 4; ++i) {
+    const float u = float((i / 4 * 7 + i % 4 * 29 + seed * 41) % 97) / 96;
+    rgba.push_back(i % 4 == 3 ? u : low + u * (high - low));
+  }
+  return rgba;
+}
+
 // The maps that take a layer as it is ("Use Normal Map" on), in the order of their ids.
 const std::string kPlainMaps[] = {"Diffuse Layer", "Glossiness Layer", "Illumination Layer",
                                   "Bump Map Layer"};
@@ -162,11 +168,10 @@ unsigned int texture_of(const material_properties& m, int map) {
                     m.normal_texture}[map];
 }
 
-// The host checks footage out at 8, 16 or 32 bits; the module's texture then holds
-// round(v × 255) / 255, round(v × 32768) / 32767 (the host's 16-bit white is 32768, the
-// input transfer divides by 32767), clamped, or the float itself, in a mipmapped texture.
-// With "Use Normal Map" off, bumps become a normal map of their size; an environment becomes
-// a 512 cube map; the intermediate textures they were uploaded as are gone.
+// Checked out at 8, 16 or 32 bits, a texture holds round(v × 255) / 255, round(v × 32768) /
+// 32767 (16-bit white is 32768; the input divides by 32767), clamped, or the float itself.
+// Bumps become a normal map of their size, an environment a 512 cube map, and the textures
+// they were uploaded as are gone.
 TEST(GpuFootage, EveryFileKindReachesEveryMapAsTheHostChecksItOutAtEachDepth) {
   const struct {
     const char* extension;
@@ -179,38 +184,28 @@ TEST(GpuFootage, EveryFileKindReachesEveryMapAsTheHostChecksItOutAtEachDepth) {
                {"exr", 4, OIIO::TypeDesc::FLOAT, -0.25f, 1.5f},
                // Radiance's shared-exponent pixels hold no negative values.
                {"hdr", 3, OIIO::TypeDesc::FLOAT, 0.0f, 1.5f}};
-  // One 16 x 8 file of every kind per map, each pattern different in every pixel and
-  // channel (a swapped channel, a flipped row or a mixed-up layer shows), alpha too (colour
-  // that is not straight shows).
+  // One 16 x 8 file of every kind per map, each with its own pattern.
   const host_test::TempFolder folder;
   std::vector<lunaform::host::Layer> layers;
   std::map<std::string, std::vector<float>> stored;
   for (const auto& kind : kinds) {
     for (int map = 0; map < 4; ++map) {
-      std::vector<float> pattern;
-      for (int i = 0; i < 16 * 8 * 4; ++i) {
-        const float u = float((i / 4 % 16 * 7 + i / 64 * 13 + i % 4 * 29 + map * 41) % 97) / 96;
-        pattern.push_back(i % 4 == 3 ? u : kind.low + u * (kind.high - kind.low));
-      }
       const std::string name = std::to_string(map) + "." + kind.extension;
-      auto [layer, values] = footage(folder, name, 16, pattern, kind.channels, kind.type);
+      auto [layer, values] = footage(folder, name, 16, pattern(map, 128, kind.low, kind.high),
+                                     kind.channels, kind.type);
       layers.push_back(layer);
       stored[name] = values;
     }
   }
   FootageHost scene(layers);
   scene.params()["Use Normal Map"] = Animated<double>(1.0);
-  const auto live_textures = [&] {
+  const auto live_objects = [&] {
     int count = 0;
-    scene.on_render_thread([&] {
-      for (GLuint name = 1; name < 4096; ++name) {
-        count += glIsTexture(name) == GL_TRUE;
-      }
-    });
+    scene.on_render_thread([&] { count = gpu_render::live_gl_objects(); });
     return count;
   };
   EXPECT_THAT(scene.render(0, 16), IsEmpty());
-  const int without_maps = live_textures();
+  const int without_maps = live_objects();
   // Frame f shows kind (f + m) mod 5 in map m: five frames take every kind through every
   // map; each frame is rendered at every depth, and a new depth reloads every map.
   for (int frame = 0; frame < 5; ++frame) {
@@ -244,7 +239,7 @@ TEST(GpuFootage, EveryFileKindReachesEveryMapAsTheHostChecksItOutAtEachDepth) {
   const std::vector<GLint> uploaded = {GL_RGBA32F, GL_LINEAR_MIPMAP_LINEAR, 16, 8};
   EXPECT_EQ(sampling(GL_TEXTURE_2D, scene.drawn().diffuse_texture), uploaded);
   EXPECT_EQ(sampling(GL_TEXTURE_2D, scene.drawn().normal_texture), uploaded);
-  EXPECT_EQ(live_textures(), without_maps + 4);
+  EXPECT_EQ(live_objects(), without_maps + 4);
 
   scene.params()["Use Normal Map"] = Animated<double>(0.0);
   scene.params()["Environment Layer"] = LayerRef{"1.hdr"};
@@ -253,7 +248,7 @@ TEST(GpuFootage, EveryFileKindReachesEveryMapAsTheHostChecksItOutAtEachDepth) {
             (std::vector<GLint>{GL_RGBA16F, GL_LINEAR_MIPMAP_LINEAR, 16, 8}));
   EXPECT_EQ(sampling(GL_TEXTURE_CUBE_MAP, scene.drawn().environment_texture),
             (std::vector<GLint>{GL_RGBA16F, GL_LINEAR_MIPMAP_LINEAR, 512, 256}));
-  EXPECT_EQ(live_textures(), without_maps + 5) << "the old bump texture and the uploads are gone";
+  EXPECT_EQ(live_objects(), without_maps + 5) << "the old bump texture and the uploads are gone";
 }
 
 // Uploaded in the first sample of the first frame and not again while the file stays the
@@ -261,14 +256,8 @@ TEST(GpuFootage, EveryFileKindReachesEveryMapAsTheHostChecksItOutAtEachDepth) {
 // keeps the last texture and warns once; an emptied parameter deletes the texture.
 TEST(GpuFootage, FootageIsUploadedOnceUntilItsFileChangesAndDeletedWhenNoLongerChosen) {
   const host_test::TempFolder folder;
-  const auto map = [](int seed) {  // 4 x 2 pixels, 8 bits: every value v / 255
-    std::vector<float> rgba;
-    for (int i = 0; i < 32; ++i) {
-      rgba.push_back(static_cast<float>((seed + i * 7) % 256) / 255.0f);
-    }
-    return rgba;
-  };
-  FootageHost scene({footage(folder, "Map.png", 4, map(3)).first});
+  const auto [layer, first_pixels] = footage(folder, "Map.png", 4, pattern(3, 8));
+  FootageHost scene({layer});
   scene.params()["Diffuse Layer"] = LayerRef{"Map.png"};
   scene.params()["Motion Blur"] = Animated<double>(2.0);
   scene.params()["Motion Blur Samples"] = Animated<double>(6.0);
@@ -284,18 +273,18 @@ TEST(GpuFootage, FootageIsUploadedOnceUntilItsFileChangesAndDeletedWhenNoLongerC
     EXPECT_THAT(scene.render(frame), IsEmpty()) << "frame " << frame;
   }
   const unsigned int first = scene.drawn().diffuse_texture;
-  EXPECT_EQ(scene.texture_mismatch(first, 4, map(3)), "");
+  EXPECT_EQ(scene.texture_mismatch(first, 4, first_pixels), "");
 
-  footage(folder, "Map.png", 4, map(100));
+  const std::vector<float> pixels = footage(folder, "Map.png", 4, pattern(50, 8)).second;
   EXPECT_EQ(scene.render(), Loads{"Load Layer 502"});
   const unsigned int second = scene.drawn().diffuse_texture;
-  EXPECT_EQ(scene.texture_mismatch(second, 4, map(100)), "");
+  EXPECT_EQ(scene.texture_mismatch(second, 4, pixels), "");
   EXPECT_TRUE(second == first || !scene.is_texture(first)) << "the old texture is deleted";
   EXPECT_THAT(scene.render(), IsEmpty()) << "read once, uploaded once";
 
   host_test::mark_rewritten(folder.write("Map.png", "no longer a picture"));
   EXPECT_THAT(scene.render(), IsEmpty());
-  EXPECT_EQ(scene.texture_mismatch(second, 4, map(100)), "");
+  EXPECT_EQ(scene.texture_mismatch(second, 4, pixels), "");
   EXPECT_THAT(scene.host.take_footage_warnings(),
               testing::ElementsAre(
                   testing::StartsWith("cannot read image '" + (folder / "Map.png").string())));
@@ -331,10 +320,8 @@ void expect_sane_frame(const lunaform::host::PixelWorld& world, float white, flo
   EXPECT_EQ(channel(0, 0, 0), 0.0f);
 }
 
-// One pixel serves every plain map and becomes a one-pixel normal map; straight colour
-// survives alpha 0, and with "Diffuse Blend" 1 the sphere takes the map's alpha and vanishes;
-// no layer, a name no layer has, or layers of 0 x 0 pixels (which may be checked out) leave
-// their maps out and the sphere plain.
+// One pixel serves every map; straight colour survives alpha 0, and with "Diffuse Blend" 1
+// the sphere vanishes; no layer, an unknown name or a layer of 0 x 0 pixels leaves a map out.
 TEST(GpuFootage, OnePixelNoPixelsAndNothingOpaqueRenderAFrameWithTheMapAsItIsOrLeftOut) {
   const host_test::TempFolder folder;
   const std::vector<float> dot = {200 / 255.0f, 100 / 255.0f, 50 / 255.0f, 1.0f};
@@ -361,31 +348,29 @@ TEST(GpuFootage, OnePixelNoPixelsAndNothingOpaqueRenderAFrameWithTheMapAsItIsOrL
   EXPECT_EQ(normal_map, (std::vector<GLint>{GL_RGBA16F, 1}));
   expect_sane_frame(*scene.output, 1.0f, 1.0f);
 
-  const struct {
-    std::array<const char*, 5> choices;  // diffuse, glossiness, illumination, bump, environment
-    std::optional<Loads> loads;
-  } frames[] = {{{"Clear.png", "", "", "", ""}, Loads{"Load Layer 502"}},
-                {{"", "No Such Layer", "", "No Such Layer", ""}, Loads{}},
-                {{"Blank", "Empty", "Blank", "Empty", "Blank"}, std::nullopt}};
-  for (const auto& frame : frames) {
-    for (int i = 0; i < 5; ++i) {
-      scene.params()[std::array{"Diffuse Layer", "Glossiness Layer", "Illumination Layer",
-                                "Bump Map Layer", "Environment Layer"}[i]] =
-          LayerRef{frame.choices[i]};
+  for (const char* param : {"Glossiness Layer", "Illumination Layer", "Bump Map Layer"}) {
+    scene.params()[param] = LayerRef{""};
+  }
+  scene.params()["Diffuse Layer"] = LayerRef{"Clear.png"};
+  EXPECT_EQ(scene.render(0, 32), Loads{"Load Layer 502"});
+  EXPECT_EQ(scene.texture_mismatch(scene.drawn().diffuse_texture, 4, clear), "");
+  expect_sane_frame(*scene.output, 1.0f, 0.0f);
+
+  for (const std::array<const char*, 2> names :
+       {std::array{"", "No Such Layer"}, std::array{"Blank", "Empty"}}) {
+    int i = 0;
+    for (const char* param : {"Diffuse Layer", "Glossiness Layer", "Illumination Layer",
+                              "Bump Map Layer", "Environment Layer"}) {
+      scene.params()[param] = LayerRef{names[i++ % 2]};
     }
     const Loads loads = scene.render(0, 32);
-    EXPECT_TRUE(!frame.loads || loads == *frame.loads) << frame.choices[1];
-    const material_properties& drawn = scene.drawn();
-    EXPECT_EQ(drawn.glossiness_texture + drawn.illumination_texture + drawn.normal_texture +
-                  drawn.environment_texture,
-              0u);
-    const bool transparent = frame.choices[0] == std::string("Clear.png");
-    if (transparent) {
-      EXPECT_EQ(scene.texture_mismatch(drawn.diffuse_texture, 4, clear), "");
-    } else {
-      EXPECT_EQ(drawn.diffuse_texture, 0u);
-    }
-    expect_sane_frame(*scene.output, 1.0f, transparent ? 0.0f : 1.0f);
+    EXPECT_TRUE(loads.empty() || names[0] == std::string("Blank")) << names[1];
+    const material_properties& m = scene.drawn();
+    EXPECT_EQ(m.diffuse_texture + m.glossiness_texture + m.illumination_texture + m.normal_texture +
+                  m.environment_texture,
+              0u)
+        << names[1];
+    expect_sane_frame(*scene.output, 1.0f, 1.0f);
   }
 }
 

@@ -216,8 +216,16 @@ inline std::vector<rgba> read_level(GLenum target, GLuint texture, int level) {
   return texels;
 }
 
-// On the render thread: how texture `name` of `binding` (GL_TEXTURE_2D or
-// GL_TEXTURE_CUBE_MAP) samples: the internal format of level 0 (of the +X face), the values
+// On the render thread: how many names are textures or framebuffers (once bound).
+inline int live_gl_objects() {
+  int count = 0;
+  for (GLuint name = 1; name < 4096; ++name) {
+    count += (glIsTexture(name) == GL_TRUE) + (glIsFramebuffer(name) == GL_TRUE);
+  }
+  return count;
+}
+
+// On the render thread: texture `name`'s internal format (+X face for a cube map), the values
 // of `parameters`, and the width of each level from 0 to `last_level`.
 inline std::vector<GLint> texture_state(GLenum binding, GLuint name,
                                         std::initializer_list<GLenum> parameters, int last_level) {

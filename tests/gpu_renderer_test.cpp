@@ -3,19 +3,9 @@
 #include <GL/glew.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <cstdint>
-#include <cstring>
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "renderer/shader_compile_exception.h"
 #include "tests/e2e_plugin_support.h"
 #include "tests/gpu_render_harness.h"
-#include "tests/gpu_shading_reference.h"
 
 namespace {
 
@@ -25,9 +15,8 @@ using gpu_render::rgba;
 
 class GpuRenderer : public gpu_render::GpuRendererSuite {};
 
-// A program that does not compile shows the compiler's log (naming the error's line) in a box;
-// one taking the quad's two texture coordinates as three fails at the link, missing code
-// before anything is built; neither shows a box.
+// A program that does not compile shows its log (naming the line) in a box; one taking the
+// quad's two texture coordinates as three fails at the link, missing code at once; no box.
 TEST_F(GpuRenderer, ProgramsThatDoNotBuildFailConstructionWithTheirMessage) {
   const auto failure_of = [](shader_source renderer_sources::*program, const char* text) {
     renderer_sources sources;
@@ -139,11 +128,10 @@ TEST_F(GpuRenderer, OutputConversionOfEveryDepthUnpremultipliesClampsAppliesGamm
   }
 }
 
-// Normal maps: Sobel gradients of the mean of red, green and blue, divided by the output's
-// downsampling, encoded as (n + 1) / 2 with n = normalize(-gx, -gy, 0.5). In a ramp of s per
-// texel the Sobel sums give 8 s, 4 s at the clamped first and last texel; gy is bottom minus
-// top (host rows run down). A mipmapped, repeating half-float texture, filtered like the
-// uploaded maps, with nothing left bound.
+// Normal maps: Sobel gradients of the mean of red, green and blue over the downsampling,
+// encoded as (n + 1) / 2, n = normalize(-gx, -gy, 0.5); a ramp of s per texel gives 8 s (4 s
+// at the clamped ends), gy bottom minus top. Mipmapped, repeating, half float, filtered like
+// the uploaded maps, with nothing left bound.
 TEST_F(GpuRenderer, NormalMapsHoldTheEncodedSobelNormalOfTheBumps) {
   // Heights 0.4 + sx x + sy y; a diagonal ramp is compared inside its border only.
   const struct {
@@ -225,25 +213,17 @@ std::array<double, 2> equirectangular_point(ref::vec3 d) {
 // Source 0 makes no cube, no texture or framebuffer, and leaves culling and multisampling on.
 TEST_F(GpuRenderer, SourceZeroMakesNoEnvironmentCubeAndChangesNoState) {
   run([&](Renderer& r) {
-    const auto live_objects = [] {
-      int count = 0;
-      for (GLuint name = 1; name < 4096; ++name) {
-        count += (glIsTexture(name) == GL_TRUE) + (glIsFramebuffer(name) == GL_TRUE);
-      }
-      return count;
-    };
     glEnable(GL_CULL_FACE);
     glEnable(GL_MULTISAMPLE);
-    const int objects_before = live_objects();
+    const int objects_before = gpu_render::live_gl_objects();
     EXPECT_EQ(r.make_environment_cube(0), 0u);
-    EXPECT_EQ(live_objects(), objects_before);
+    EXPECT_EQ(gpu_render::live_gl_objects(), objects_before);
     EXPECT_EQ(glIsEnabled(GL_CULL_FACE) + glIsEnabled(GL_MULTISAMPLE), 2);
   });
 }
 
 // Converting is slow, so one image serves every fact: red and green are the texel's u and v,
-// blue is 1 where x > 0 and 0 elsewhere, alpha is 1. The cube is a half-float 512 mip chain
-// of seven filtered levels, with nothing left bound.
+// blue is 1 where x > 0, alpha 1. A half-float 512 mip chain of seven filtered levels.
 TEST_F(GpuRenderer, AnEnvironmentCubeShowsEachDirectionBlursLevelByLevelAndMirrorsOnTheSphere) {
   GLuint cube = 0;
   GLint left_bound[2] = {-1, -1};  // framebuffer and program after converting

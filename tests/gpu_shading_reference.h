@@ -1,7 +1,6 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <optional>
 #include <utility>
@@ -12,10 +11,9 @@
 #include "scene/math3d.h"
 #include "scene/render_properties.h"
 
-// A second, CPU-side rendition of the sphere's material shading for the GPU pixel tests: a
-// ray through a pixel centre meets an analytic sphere, and the point is shaded in double
-// precision with the formulas written out again from their definitions (no texture maps).
-// Nothing here touches OpenGL or shares code with the renderer.
+// A second, CPU-side rendition of the sphere's shading for the GPU pixel tests: a ray through
+// a pixel centre meets an analytic sphere, shaded in double precision by the formulas written
+// out again from their definitions (no maps); nothing here shares code with the renderer.
 namespace shading_reference {
 
 struct vec3 {
@@ -45,9 +43,8 @@ struct argb {
   double a = 0.0, r = 0.0, g = 0.0, b = 0.0;
 };
 
-// One frame to draw: output size, a perspective camera (eye_position its centre of
-// projection), the unit sphere's placement (translation, rotation, uniform scale), material
-// and lights.
+// One frame: size, a perspective camera (eye_position its centre of projection), the unit
+// sphere's placement (translation, rotation, uniform scale), material and lights.
 struct sphere_scene {
   int width = 0;
   int height = 0;
@@ -61,38 +58,11 @@ constexpr double kPi = 3.14159265358979323846;
 constexpr int kLightSlots = 8;
 constexpr double kHemisphereCutY = 0.00001;
 
-// A 4 x 4 double matrix stored like hxsdk::mat4: column by column, for column vectors.
-struct dmat4 {
-  std::array<double, 16> e{};
-  double at(int row, int column) const { return e[4 * column + row]; }
-  vec3 row(int r) const { return {at(r, 0), at(r, 1), at(r, 2)}; }
-  vec3 column(int c) const { return {at(0, c), at(1, c), at(2, c)}; }
-  // The matrix of a . b: entry (r, c) sums a(r, k) b(k, c); i runs over every (r, k, c).
-  friend dmat4 operator*(const dmat4& a, const dmat4& b) {
-    dmat4 p;
-    for (int i = 0; i < 64; ++i) {
-      p.e[i / 16 * 4 + i % 4] += a.at(i % 4, i / 4 % 4) * b.at(i / 4 % 4, i / 16);
-    }
-    return p;
-  }
-};
-inline dmat4 widen(const hxsdk::mat4& m) {
-  dmat4 d;
-  for (int i = 0; i < 16; ++i) {
-    d.e[i] = m[i];
-  }
-  return d;
-}
-
 inline rgba to_rgba(const hxsdk::vec4& v) {
   return {v.x, v.y, v.z, v.w};
 }
 inline double clamp01(double x) {
   return std::clamp(x, 0.0, 1.0);
-}
-inline double smoothstep01(double x) {
-  const double t = clamp01(x);
-  return t * t * (3.0 - 2.0 * t);
 }
 
 // OpenCL's saturating conversion to an unsigned type, rounding towards zero; NaN gives 0.
@@ -134,7 +104,7 @@ inline double spot_factor(double cos_to_axis, double cone_cos, double feather) {
     const double half_angle = std::acos(cone_cos);
     a = clamp01(std::max(0.0, (half_angle - std::acos(cos_to_axis)) / half_angle) / feather);
   }
-  const double s = smoothstep01(a);
+  const double s = a * a * (3.0 - 2.0 * a);  // smoothstep; a is in 0..1
   return clamp01(s * s);
 }
 
@@ -223,16 +193,28 @@ struct ray_hits {
 inline ray_hits sphere_hits(const sphere_scene& scene, double wx, double wy) {
   // The view ray is where the planes clip.x = ndc_x clip.w and clip.y = ndc_y clip.w meet:
   // from the eye along the cross product of their normals, the way clip.w grows.
-  const dmat4 clip = widen(scene.camera.projection_matrix) * widen(scene.camera.view_matrix);
+  // hxsdk::mat4 holds column after column, for column vectors; widened to double here.
+  const auto column = [](const hxsdk::mat4& m, int c) {
+    return vec3{m[4 * c], m[4 * c + 1], m[4 * c + 2]};
+  };
+  const auto clip_row = [&](int r) {  // of projection x view, without its translation
+    const hxsdk::mat4& view = scene.camera.view_matrix;
+    vec3 row;
+    for (int k = 0; k < 4; ++k) {
+      row =
+          row + vec3{view[k], view[4 + k], view[8 + k]} * scene.camera.projection_matrix[4 * k + r];
+    }
+    return row;
+  };
   const vec3 eye = to_vec3(scene.camera.eye_position);
-  vec3 d = normalize(cross(clip.row(0) - clip.row(3) * (2.0 * wx / scene.width - 1.0),
-                           clip.row(1) - clip.row(3) * (2.0 * wy / scene.height - 1.0)));
-  d = dot(d, clip.row(3)) > 0.0 ? d : d * -1.0;
+  vec3 d = normalize(cross(clip_row(0) - clip_row(3) * (2.0 * wx / scene.width - 1.0),
+                           clip_row(1) - clip_row(3) * (2.0 * wy / scene.height - 1.0)));
+  d = dot(d, clip_row(3)) > 0.0 ? d : d * -1.0;
   // The model matrix takes the unit sphere to centre c, radius r (a uniform scale L):
   // |eye + s d - c|^2 = r^2 is a quadratic in s; world point p is model point L^T (p - c) / r^2.
-  const dmat4 model = widen(scene.model_matrix);
-  const vec3 c = model.column(3);
-  const double r2 = dot(model.column(0), model.column(0));
+  const hxsdk::mat4& model = scene.model_matrix;
+  const vec3 c = column(model, 3);
+  const double r2 = dot(column(model, 0), column(model, 0));
   const vec3 oc = eye - c;
   const double b = dot(oc, d);
   const double discriminant = b * b - dot(oc, oc) + r2;
@@ -245,7 +227,7 @@ inline ray_hits sphere_hits(const sphere_scene& scene, double wx, double wy) {
     f.world_position = eye + d * s;
     const vec3 p = f.world_position - c;
     f.model_position =
-        vec3{dot(model.column(0), p), dot(model.column(1), p), dot(model.column(2), p)} *
+        vec3{dot(column(model, 0), p), dot(column(model, 1), p), dot(column(model, 2), p)} *
         (1.0 / r2);
     const vec3 n = normalize(p);
     const bool outside = dot(n, eye - f.world_position) > 0.0;
