@@ -219,6 +219,7 @@ TEST_F(GpuRenderer, SourceZeroMakesNoEnvironmentCubeAndChangesNoState) {
     EXPECT_EQ(r.make_environment_cube(0), 0u);
     EXPECT_EQ(gpu_render::live_gl_objects(), objects_before);
     EXPECT_EQ(glIsEnabled(GL_CULL_FACE) + glIsEnabled(GL_MULTISAMPLE), 2);
+    glDisable(GL_CULL_FACE);  // as a new context has it
   });
 }
 
