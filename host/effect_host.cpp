@@ -201,6 +201,31 @@ std::vector<std::string> EffectHost::take_footage_warnings() {
   return std::exchange(footage_warnings_, {});
 }
 
+void EffectHost::fail_suite_function(std::string function, A_Err error) {
+  failing_function_ = std::move(function);
+  failing_error_ = error;
+}
+
+void EffectHost::record_suite_calls(bool on) {
+  recording_suite_calls_ = on;
+  suite_calls_.clear();
+}
+
+std::optional<A_Err> EffectHost::enter_suite_function(const char* function) {
+  const bool failing = !failing_function_.empty() && failing_function_ == function;
+  const A_Err refused = failing ? failing_error_ : A_Err_NONE;
+  if (recording_suite_calls_) {
+    suite_calls_.emplace_back(function, refused);
+  }
+  return failing ? std::optional(refused) : std::nullopt;
+}
+
+void EffectHost::note_suite_result(A_Err result) {
+  if (recording_suite_calls_ && !suite_calls_.empty()) {
+    suite_calls_.back().second = result;
+  }
+}
+
 std::vector<ParamMismatch> EffectHost::effect_param_mismatches() const {
   std::vector<ParamMismatch> mismatches;
   const auto effect_index = effect_layer_index(composition_);
@@ -210,7 +235,7 @@ std::vector<ParamMismatch> EffectHost::effect_param_mismatches() const {
   const auto& effect = std::get<EffectLayer>(composition_.layers[*effect_index].content);
   for (const auto& [name, value] : effect.params) {
     const auto& all = params_.all();
-    const auto param = std::find_if(all.begin() + 1, all.end(), [&](const HostParam& p) {
+    const auto param = std::find_if(all.begin() + 1, all.end(), [&name = name](const HostParam& p) {
       return p.name == name && param_holds_value(p.current.param_type);
     });
     if (param == all.end()) {

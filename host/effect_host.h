@@ -275,6 +275,19 @@ class EffectHost {
   const std::vector<TimedCall>& timed_calls() const { return timed_calls_; }
   void note_timed_call(std::string function, const A_Time& time);
 
+  // A host that refuses, on purpose: from now on every call of the suite function `function`
+  // ("AEGP_GetLayerToWorldXform", ...) returns `error` and does nothing else; an empty name ends
+  // it. For testing how a module copes with a failing host.
+  void fail_suite_function(std::string function, A_Err error);
+  // While recording (off at first; turning it on empties the list), suite_calls() lists the
+  // suite functions the module calls, in order, each with the result it got.
+  void record_suite_calls(bool on);
+  const std::vector<std::pair<std::string, A_Err>>& suite_calls() const { return suite_calls_; }
+  // Used by the suites around every call: note it, and say the error to return when it is to
+  // fail; then the result it gave.
+  std::optional<A_Err> enter_suite_function(const char* function);
+  void note_suite_result(A_Err result);
+
   // The last Smart PreRender: its output record and every checkout_layer call.
   const PF_PreRenderOutput& pre_render_output() const { return pre_render_output_; }
   const std::vector<LayerCheckoutCall>& layer_checkouts() const { return layer_checkouts_; }
@@ -376,6 +389,10 @@ class EffectHost {
   DrawbotObjects drawbot_;
   ImageHashes image_hashes_;
   std::vector<TimedCall> timed_calls_;
+  std::string failing_function_;
+  A_Err failing_error_ = A_Err_NONE;
+  bool recording_suite_calls_ = false;
+  std::vector<std::pair<std::string, A_Err>> suite_calls_;
 
   PF_InData in_data_{};
   PF_OutData out_data_{};

@@ -42,6 +42,24 @@ void refuse(Result (*&slot)(Args...)) {
 A_Err refuse_call(EffectHost& host, const char* function, const std::string& problem,
                   A_Err error = A_Err_PARAMETER);
 
+// Runs `body(host)` as the suite function `function`: noted among the host's suite calls,
+// failed at once when the host was told to fail it, and A_Err_GENERIC (with a problem noted)
+// when the body throws.
+template <typename Body>
+A_Err run_suite_function(EffectHost& host, const char* function, Body body) {
+  if (const auto failure = host.enter_suite_function(function)) {
+    return *failure;
+  }
+  A_Err result = A_Err_NONE;
+  try {
+    result = body(host);
+  } catch (const std::exception& error) {
+    result = refuse_call(host, function, error.what(), A_Err_GENERIC);
+  }
+  host.note_suite_result(result);
+  return result;
+}
+
 // Runs `body(host)` for the host active on the calling thread (AEGP calls carry no effect
 // reference); A_Err_GENERIC when none is, or when the body throws (noted as a problem).
 template <typename Body>
@@ -50,11 +68,7 @@ A_Err with_active_host(const char* function, Body body) {
   if (host == nullptr) {
     return A_Err_GENERIC;
   }
-  try {
-    return body(*host);
-  } catch (const std::exception& error) {
-    return refuse_call(*host, function, error.what(), A_Err_GENERIC);
-  }
+  return run_suite_function(*host, function, body);
 }
 
 // The same for calls that carry the effect's reference: the host behind it, else refused.
@@ -67,11 +81,7 @@ A_Err with_effect_host(PF_ProgPtr effect_ref, const char* function, Body body) {
     }
     return A_Err_PARAMETER;
   }
-  try {
-    return body(*host);
-  } catch (const std::exception& error) {
-    return refuse_call(*host, function, error.what(), A_Err_GENERIC);
-  }
+  return run_suite_function(*host, function, body);
 }
 
 // Seconds of a time the module passed; nothing (with a problem noted) for a null time or a
