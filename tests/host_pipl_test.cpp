@@ -169,10 +169,9 @@ class PiplWriter {
   static std::vector<uint8_t> le32(uint32_t v) {
     return {uint8_t(v), uint8_t(v >> 8), uint8_t(v >> 16), uint8_t(v >> 24)};
   }
-  static std::vector<uint8_t> pascal(const std::string& text) {
-    std::vector<uint8_t> value{static_cast<uint8_t>(text.size())};
-    value.insert(value.end(), text.begin(), text.end());
-    return value;
+  static std::vector<uint8_t> pascal(const std::string& text) {  // its length, then the text
+    const std::string bytes = static_cast<char>(text.size()) + text;
+    return {bytes.begin(), bytes.end()};
   }
   static std::vector<uint8_t> c_string(const std::string& text) {
     return {text.c_str(), text.c_str() + text.size() + 1};  // with its terminating NUL
