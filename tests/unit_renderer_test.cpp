@@ -1,5 +1,5 @@
 // The renderer's parts that need no GPU: the render thread's hand-over protocol (with stand-in
-// renderers), the std140 uniform blocks, the GGX sample table and the accumulation weights.
+// renderers), the std140 uniform blocks and the GGX sample table.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -8,7 +8,6 @@
 #include <future>
 #include <memory>
 #include <mutex>
-#include <random>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -18,7 +17,6 @@
 
 #include "plugin/hx_exception.h"
 #include "plugin/slot_textures.h"
-#include "renderer/accumulation_weight.h"
 #include "renderer/basic_renderer_thread.h"
 #include "renderer/ggx_sample_table.h"
 #include "renderer/uniform_blocks.h"
@@ -194,23 +192,6 @@ TEST(LifecycleSlotTextures, EverySlotsTextureIsDeletedOnTheRenderThreadInSlotOrd
   render_thread.run_on_renderer([](ProbeRenderer& renderer) {
     EXPECT_EQ(renderer.deleted, (std::vector<unsigned int>{40, 0, 7, 93, 12}));
   });
-}
-
-// The GPU blends each sample as accumulation = w * sample + (1 - w) * accumulation; with the
-// counter running 1.0, 2.0, ... the result must be the plain mean of the samples.
-TEST(AccumulationWeight, RunningBlendEndsAtTheMeanOfTheSamples) {
-  std::mt19937 random(17);
-  std::uniform_real_distribution<float> value(0.0f, 1.0f);
-  for (int count : {1, 2, 3, 6, 200}) {
-    float accumulation = 123.0f;  // whatever the texture held before the frame
-    double sum = 0.0;
-    for (int k = 1; k <= count; ++k) {
-      const float sample = value(random), weight = accumulation_weight(static_cast<float>(k));
-      accumulation = weight * sample + (1.0f - weight) * accumulation;
-      sum += sample;
-    }
-    EXPECT_NEAR(accumulation, sum / count, 5e-5) << count << " samples";
-  }
 }
 
 TEST(GgxSampleTable, SamplesAreUnitHalfVectorsOfEachLayersGgxLobeInHammersleyOrder) {
