@@ -15,6 +15,9 @@ void start_video() {
   // The renderer's users stop it with Ctrl+C or a scheduler's SIGTERM; SDL must not take those.
   SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
   SDL_SetHint(SDL_HINT_VIDEO_ALLOW_SCREENSAVER, "1");
+  // SDL drops a click that comes within a few milliseconds of the window gaining focus; on a
+  // busy machine the focus and the click arrive together, and the click on the panel is lost.
+  SDL_SetHint(SDL_HINT_MOUSE_FOCUS_CLICKTHROUGH, "1");
   // Pixels go to the window through X's own images. An accelerated framebuffer would make the
   // window again as an OpenGL one at its first paint, where it was first placed.
   SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
