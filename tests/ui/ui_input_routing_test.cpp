@@ -114,26 +114,33 @@ const std::vector<routing_case> kCases{
      },
      {"a focus-in 1", "b focus-in 1", "d focus-in 1", "a focus-in 1", "d focus-in 1",
       "b focus-in 1", "a focus-in 1", "d focus-in 1"}},
-    {"a button activates on a release over it, wherever the press began",
+    {"a button activates on a release over it, wherever the press began, and is drawn up "
+     "while the pointer is off it",
      [](scene& s) {
        s.log.watch(s.button, "button", {event::activated});
+       const auto note_drawn = [&s] { s.log.add(s.button.pressed() ? "down" : "up"); };
        s.move_to(s.button, 5, 5);
+       s.move_to(s.button, 6, 6);
        s.x().button(1, true);
+       note_drawn();
        s.move_to(s.a, 5, 5);
+       note_drawn();
        s.x().button(1, false);
        s.x().button(1, true);
        s.move_to(s.button, 5, 5);
        s.x().button(1, false);
      },
-     {"button activated 0"}},
-    {"Enter on a focused toggle button flips it once",
+     {"down", "up", "button activated 0"}},
+    {"either Enter key on a focused toggle button flips it once",
      [](scene& s) {
        s.log.watch(s.toggle, "toggle", {event::activated});
        s.window().set_focus(&s.toggle);
-       s.x().tap("Return");
-       s.log.add(s.toggle.toggled() ? "toggled" : "not toggled");
+       for (const char* enter : {"Return", "KP_Enter"}) {
+         s.x().tap(enter);
+         s.log.add(s.toggle.toggled() ? "toggled" : "not toggled");
+       }
      },
-     {"toggle activated 1", "toggled"}},
+     {"toggle activated 1", "toggled", "toggle activated 0", "not toggled"}},
     {"a bound check box writes its flag between its two toggled events",
      [](scene& s) {
        s.log.connect_to(s.check, event::toggled, [&s](const hxsdk::ui::event_info& e) {
