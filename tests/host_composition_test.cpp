@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "AE_GeneralPlug.h"
+#include "SPBasic.h"
 #include "host/camera_math.h"
 #include "host/composition.h"
 #include "host/effect_host.h"
@@ -20,7 +21,6 @@
 namespace {
 
 namespace lh = lunaform::host;
-using host_test::AcquiredSuite;
 using host_test::in_render;
 using host_test::nums;
 using host_test::param_def;
@@ -158,25 +158,30 @@ TEST(LayerAxes, FollowThePointOfInterestAndTheAnglesAsWorkedOutByHand) {
 enum Index : PF_ParamIndex { kRadius = 1, kPosition, kColor, kAngle, kPopup, kCheckbox, kMap };
 enum MoreIndex : PF_ParamIndex { kOtherMap = 8, kDefaultPosition };
 
-std::vector<PF_ParamDef> effect_params() {
-  std::vector<PF_ParamDef> defs;
+// An entry function whose parameter setup registers these nine, as indices 1 to 9.
+PF_Err add_effect_params(PF_Cmd command, PF_InData* in, PF_OutData* out, PF_ParamList, void*) {
   const PF_ParamType types[] = {PF_Param_FLOAT_SLIDER, PF_Param_POINT_3D, PF_Param_COLOR,
                                 PF_Param_ANGLE,        PF_Param_POPUP,    PF_Param_CHECKBOX,
                                 PF_Param_LAYER,        PF_Param_LAYER,    PF_Param_POINT_3D};
   const char* names[] = {"Radius",        "Position",    "Color",
                          "Rotation X",    "Motion Blur", "Unlit Only",
                          "Diffuse Layer", "Gloss Layer", "Default Position"};
-  for (A_long i = 0; i < 9; ++i) {
-    defs.push_back(param_def(types[i], i + 1, names[i]));
+  for (A_long i = 0; command == PF_Cmd_PARAMS_SETUP && i < 9; ++i) {
+    PF_ParamDef def = param_def(types[i], i + 1, names[i]);
+    if (i + 1 == kPosition || i + 1 == kDefaultPosition) {
+      def.u.point3d_d.x_value = def.u.point3d_d.x_dephault = 50;
+      def.u.point3d_d.y_value = def.u.point3d_d.y_dephault = 25;
+      def.u.point3d_d.z_value = def.u.point3d_d.z_dephault = 40;
+    } else if (i + 1 == kPopup) {
+      def.u.pd.num_choices = 3;
+      def.u.pd.u.namesptr = "Comp Settings|On|Off";
+    }
+    if (const PF_Err err = in->inter.add_param(in->effect_ref, -1, &def)) {
+      return err;
+    }
+    out->num_params = i + 2;
   }
-  for (PF_ParamDef* def : {&defs[kPosition - 1], &defs[kDefaultPosition - 1]}) {
-    def->u.point3d_d.x_value = def->u.point3d_d.x_dephault = 50;
-    def->u.point3d_d.y_value = def->u.point3d_d.y_dephault = 25;
-    def->u.point3d_d.z_value = def->u.point3d_d.z_dephault = 40;
-  }
-  defs[kPopup - 1].u.pd.num_choices = 3;
-  defs[kPopup - 1].u.pd.u.namesptr = "Comp Settings|On|Off";
-  return defs;
+  return PF_Err_NONE;
 }
 
 // The effect layer and its values, with a 101 x 51 solid "Grey" for its map.
@@ -217,8 +222,8 @@ class HostSuites : public testing::Test {
     return def;
   }
 
-  host_test::ParamsModule module_{effect_params()};
-  lh::EffectHost host_{host_test::ParamsModule::entry};
+  host_test::ScriptedEntry module_{add_effect_params};
+  lh::EffectHost host_{&host_test::ScriptedEntry::entry};
 };
 
 TEST_F(HostSuites, ParametersCheckOutAsTheCompositionSaysAtTheAskedTime) {
@@ -286,8 +291,14 @@ struct CameraAnswer {
 CameraAnswer ask_camera(lh::EffectHost& host, A_long offset = 0) {
   CameraAnswer answer;
   in_render(host, [&](PF_InData& in) {
-    AcquiredSuite<AEGP_PFInterfaceSuite1> pf(in, kAEGPPFInterfaceSuite,
-                                             kAEGPPFInterfaceSuiteVersion1);
+    // Acquired and given back around the calls, as a module's suite cache does.
+    const auto acquire = [&](const char* name, int version) {
+      const void* table = nullptr;
+      EXPECT_EQ(in.pica_basicP->AcquireSuite(name, version, &table), kSPNoError) << name;
+      return table;
+    };
+    const auto* pf = static_cast<const AEGP_PFInterfaceSuite1*>(
+        acquire(kAEGPPFInterfaceSuite, kAEGPPFInterfaceSuiteVersion1));
     A_Time time{};
     EXPECT_EQ(pf->AEGP_ConvertEffectToCompTime(in.effect_ref, in.current_time + offset,
                                                in.time_scale, &time),
@@ -297,9 +308,12 @@ CameraAnswer ask_camera(lh::EffectHost& host, A_long offset = 0) {
     EXPECT_EQ(pf->AEGP_GetEffectCameraMatrix(in.effect_ref, &time, &answer.matrix, &answer.distance,
                                              &answer.width, &answer.height),
               A_Err_NONE);
+    in.pica_basicP->ReleaseSuite(kAEGPPFInterfaceSuite, kAEGPPFInterfaceSuiteVersion1);
     if (answer.camera != nullptr) {
-      AcquiredSuite<AEGP_CameraSuite2> cameras(in, kAEGPCameraSuite, kAEGPCameraSuiteVersion2);
+      const auto* cameras = static_cast<const AEGP_CameraSuite2*>(
+          acquire(kAEGPCameraSuite, kAEGPCameraSuiteVersion2));
       EXPECT_EQ(cameras->AEGP_GetCameraType(answer.camera, &answer.type), A_Err_NONE);
+      in.pica_basicP->ReleaseSuite(kAEGPCameraSuite, kAEGPCameraSuiteVersion2);
     }
   });
   return answer;

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
@@ -15,6 +16,7 @@
 #include <set>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "host/footage_refresh.h"
@@ -29,15 +31,6 @@
 #include "tests/host_temp_folder.h"
 #include "tests/host_test_images.h"
 
-// OpenImageIO 2.4 loses one error string when libpng abandons a truncated PNG with longjmp (a
-// few lines that only read such a file show the same leak). The fast unwinder often stops in
-// libstdc++'s string assignment, which keeps no frame pointer, before it reaches OpenImageIO.
-extern "C" const char* __lsan_default_suppressions() {
-  return "leak:OpenImageIO_v2_4::ImageInput::geterror\n"
-         "leak:std::__cxx11::basic_string<char, std::char_traits<char>, "
-         "std::allocator<char> >::_M_assign\n";
-}
-
 // Image files in and out: footage read and re-read, frames written, and what lunaform-render
 // takes from its command line about them (frame ranges, regions, output names and types).
 namespace {
@@ -47,14 +40,16 @@ using host_test::write_image;
 using lunaform::host::Composition;
 using lunaform::host::FootageLayer;
 using lunaform::host::FootageRefresh;
+using lunaform::host::FrameRange;
 using lunaform::host::HostError;
 using lunaform::host::PixelWorld;
 using lunaform::host::read_footage;
 using lunaform::host::write_frame;
 using testing::ElementsAre;
-using testing::ElementsAreArray;
+using testing::FloatNear;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Pointwise;
 using testing::StartsWith;
 using testing::StrEq;
 using testing::ThrowsMessage;
@@ -92,23 +87,12 @@ std::string rgba8_png(uint32_t width, uint32_t height, const std::vector<uint8_t
 std::vector<std::byte> native_bytes(const std::vector<double>& stored, OIIO::TypeDesc format) {
   std::vector<std::byte> bytes(stored.size() * format.size());
   for (size_t i = 0; i < stored.size(); ++i) {
-    const auto u8 = static_cast<uint8_t>(stored[i]);
-    const auto u16 = static_cast<uint16_t>(stored[i]);
-    const auto f = static_cast<float>(stored[i]);
-    const void* value = format == OIIO::TypeDesc::UINT8    ? static_cast<const void*>(&u8)
-                        : format == OIIO::TypeDesc::UINT16 ? static_cast<const void*>(&u16)
-                                                           : static_cast<const void*>(&f);
-    std::memcpy(bytes.data() + i * format.size(), value, format.size());
+    const auto put = [&](auto v) { std::memcpy(bytes.data() + i * sizeof v, &v, sizeof v); };
+    format == OIIO::TypeDesc::UINT8    ? put(static_cast<uint8_t>(stored[i]))
+    : format == OIIO::TypeDesc::UINT16 ? put(static_cast<uint16_t>(stored[i]))
+                                       : put(static_cast<float>(stored[i]));
   }
   return bytes;
-}
-
-std::vector<testing::Matcher<float>> near(const std::vector<float>& values, float tolerance) {
-  std::vector<testing::Matcher<float>> matchers;
-  for (const float value : values) {
-    matchers.push_back(testing::FloatNear(value, tolerance));
-  }
-  return matchers;
 }
 
 TEST(FootageReader, EveryFormatAndChannelLayoutBecomesStraightFloatRgba) {
@@ -145,15 +129,16 @@ TEST(FootageReader, EveryFormatAndChannelLayoutBecomesStraightFloatRgba) {
     const lunaform::host::Footage footage = read_footage(folder / c.file);
     EXPECT_EQ(footage.image.width, width);
     EXPECT_EQ(footage.image.height, 1);
-    EXPECT_THAT(footage.image.rgba, ElementsAreArray(near(c.expected, c.tolerance)));
+    EXPECT_THAT(footage.image.rgba, Pointwise(FloatNear(c.tolerance), c.expected));
     EXPECT_EQ(footage.warning, "");
   }
   // A half-transparent red and a quarter-transparent purple, whose colour would change if it
   // were multiplied by alpha, in a PNG written by hand.
   const auto png =
       folder.write("straight.png", rgba8_png(2, 1, {255, 0, 0, 128, 102, 51, 153, 64}));
-  EXPECT_THAT(read_footage(png).image.rgba,
-              ElementsAreArray(near({1, 0, 0, 128 * b, 102 * b, 51 * b, 153 * b, 64 * b}, 1e-6f)));
+  EXPECT_THAT(
+      read_footage(png).image.rgba,
+      Pointwise(FloatNear(1e-6f), {1.0f, 0.0f, 0.0f, 128 * b, 102 * b, 51 * b, 153 * b, 64 * b}));
 }
 
 TEST(FootageReader, NanAndInfinityAreReplacedWithOneWarningNamingTheFile) {
@@ -204,65 +189,45 @@ void write_grey(const std::filesystem::path& file, unsigned char first, unsigned
   host_test::mark_rewritten(file);
 }
 
-// Layers "A1" and "A2" share a.png as the scene reader shares one file's pixels; "B" shows
-// b.png.
-class FootageRefreshTest : public testing::Test {
- protected:
-  void SetUp() override {
-    write_grey(folder_ / "a.png", 51, 102);
-    write_grey(folder_ / "b.png", 204, 255);
-    comp_.layers.push_back(host_test::footage_layer("A1", folder_ / "a.png"));
-    lunaform::host::Layer second = comp_.layers[0];
-    second.name = "A2";
-    comp_.layers.push_back(second);
-    comp_.layers.push_back(host_test::footage_layer("B", folder_ / "b.png"));
-    a_ = image(0);
-    b_ = image(2);
-  }
-
-  std::shared_ptr<const lunaform::host::Image> image(std::size_t index) const {
-    return std::get<FootageLayer>(comp_.layers[index].content).image;
-  }
-
-  const host_test::TempFolder folder_;
-  Composition comp_;
-  FootageRefresh refresh_;
-  std::shared_ptr<const lunaform::host::Image> a_, b_;
-};
-
-TEST_F(FootageRefreshTest, AChangedFileIsReadAgainOnceForEveryLayerThatShowsIt) {
-  refresh_.watch(comp_);
-  EXPECT_THAT(refresh_.refresh(comp_), IsEmpty());
-  EXPECT_EQ(image(0), a_) << "an unchanged file is not read again";
-  write_grey(folder_ / "a.png", 0, 255);
-  EXPECT_THAT(refresh_.refresh(comp_), IsEmpty());
+// Layers "A1" and "A2" share a.png as the scene reader shares one file's pixels; "B" shows b.png.
+TEST(FootageRefresh, AChangedFileIsReadAgainOnceForItsLayersAndAnUnreadableOneKeepsItsPixels) {
+  const host_test::TempFolder folder;
+  const std::filesystem::path a = folder / "a.png";
+  write_grey(a, 51, 102);
+  write_grey(folder / "b.png", 204, 255);
+  Composition comp;
+  comp.layers.push_back(host_test::footage_layer("A1", a));
+  comp.layers.push_back(comp.layers[0]);
+  comp.layers[1].name = "A2";
+  comp.layers.push_back(host_test::footage_layer("B", folder / "b.png"));
+  const auto image = [&](int i) { return std::get<FootageLayer>(comp.layers[i].content).image; };
+  const auto old_a = image(0), b = image(2);
+  FootageRefresh refresh;
+  refresh.watch(comp);
+  EXPECT_THAT(refresh.refresh(comp), IsEmpty());
+  EXPECT_EQ(image(0), old_a) << "an unchanged file is not read again";
+  write_grey(a, 0, 255);
+  EXPECT_THAT(refresh.refresh(comp), IsEmpty());
   const auto new_a = image(0);
-  ASSERT_NE(new_a, a_);
+  ASSERT_NE(new_a, old_a);
   EXPECT_EQ(image(1), new_a) << "the layers keep sharing one image";
   EXPECT_EQ(new_a->rgba, (std::vector<float>{0, 0, 0, 1, 1, 1, 1, 1}));
-  EXPECT_EQ(image(2), b_);
-  EXPECT_THAT(refresh_.refresh(comp_), IsEmpty());
+  EXPECT_EQ(image(2), b);
+  EXPECT_THAT(refresh.refresh(comp), IsEmpty());
   EXPECT_EQ(image(0), new_a) << "a file read again is not read a third time";
-}
 
-TEST_F(FootageRefreshTest, AFileThatCannotBeReadKeepsItsPixelsWithOneWarningPerChange) {
-  refresh_.watch(comp_);
-  const std::filesystem::path file = folder_ / "a.png";
-  const std::string start = "cannot read image '" + file.string() + "': ";
+  const std::string start = "cannot read image '" + a.string() + "': ";
   const std::string end = "; its layers keep the pixels read before";
-  folder_.write("a.png", "not a picture any more");
-  host_test::mark_rewritten(file);
-  EXPECT_THAT(refresh_.refresh(comp_),
-              ElementsAre(testing::AllOf(testing::StartsWith(start), testing::EndsWith(end))));
-  EXPECT_EQ(image(0), a_);
-  EXPECT_EQ(image(1), a_);
-  EXPECT_THAT(refresh_.refresh(comp_), IsEmpty()) << "the same failure is told once";
-  std::filesystem::remove(file);
-  EXPECT_THAT(refresh_.refresh(comp_), ElementsAre(start + "No such file or directory" + end));
-  EXPECT_EQ(image(0), a_);
-  write_grey(file, 255, 0);
-  EXPECT_THAT(refresh_.refresh(comp_), IsEmpty());
-  EXPECT_EQ(image(0)->rgba, (std::vector<float>{1, 1, 1, 1, 0, 0, 0, 1}));
+  host_test::mark_rewritten(folder.write("a.png", "not a picture any more"));
+  EXPECT_THAT(refresh.refresh(comp),
+              ElementsAre(testing::AllOf(StartsWith(start), testing::EndsWith(end))));
+  EXPECT_THAT(refresh.refresh(comp), IsEmpty()) << "the same failure is told once";
+  std::filesystem::remove(a);
+  EXPECT_THAT(refresh.refresh(comp), ElementsAre(start + "No such file or directory" + end));
+  EXPECT_TRUE(image(0) == new_a && image(1) == new_a);
+  write_grey(a, 255, 0);
+  EXPECT_THAT(refresh.refresh(comp), IsEmpty());
+  EXPECT_EQ(image(1)->rgba, (std::vector<float>{1, 1, 1, 1, 0, 0, 0, 1}));
 }
 
 // The channels of `file` as stored (type T), read without any premultiplication, and its spec.
@@ -393,18 +358,30 @@ TEST(FrameWriter, AFileIsReplacedWholeOrLeftAsItWasAndOutputsAreCheckedBeforeRen
   EXPECT_NO_THROW(lunaform::host::check_writable(folder / "new.png"));
 }
 
-TEST(RenderOptionText, FramesAreInclusiveRunsOfWholeNumbersInsideTheComposition) {
+TEST(RenderOptionText, FramesAreInclusiveStepsOfWholeNumbersInsideTheComposition) {
   using lunaform::host::parse_frame_range;
   EXPECT_EQ(parse_frame_range("0-47").size(), 48);
-  EXPECT_EQ(parse_frame_range("12").size(), 1);
-  EXPECT_THAT(
-      [] { parse_frame_range("5-2"); },
-      ThrowsMessage<HostError>(StrEq("bad --frames '5-2': the last frame comes before the first")));
+  EXPECT_EQ(parse_frame_range("12"), (FrameRange{12, 12, 1}));
+  // A step takes every S-th frame, the last one the step reaches closing the range.
+  EXPECT_EQ(parse_frame_range("0-10:4"), (FrameRange{0, 8, 4}));
+  EXPECT_EQ(parse_frame_range("0-10:4").size(), 3);
+  EXPECT_EQ(parse_frame_range("3-9:3"), (FrameRange{3, 9, 3}));
+  std::vector<std::pair<std::string, std::string>> refused = {
+      {"5-2", "bad --frames '5-2': the last frame comes before the first"},
+      {"0-10:0", "the step must be 1 or more"}};
   for (const std::string bad : {"", "-3", "1-", "-", "a-b", "1-2-3", "+1-2", " 1-2", "1.5",
-                                "99999999999", "0-99999999999"}) {
-    EXPECT_THAT(
-        [&] { parse_frame_range(bad); },
-        ThrowsMessage<HostError>(StartsWith("bad --frames '" + bad + "': expected FIRST-LAST")));
+                                "99999999999", "0-99999999999", "5:2", "0-10:", "0-10:x"}) {
+    refused.emplace_back(bad, "bad --frames '" + bad + "': expected FIRST-LAST");
+  }
+  for (const auto& [bad, problem] : refused) {
+    EXPECT_THAT([&] { parse_frame_range(bad); }, ThrowsMessage<HostError>(HasSubstr(problem)));
+  }
+  for (const auto& [bad, problem] :
+       {std::pair{"4/4", "bad --chunk '4/4': the part must be 0 to 3"},
+        std::pair{"0/0", "1 part or more"}, std::pair{"1", "expected PART/PARTS"},
+        std::pair{"-1/4", "expected"}}) {
+    EXPECT_THAT([&] { lunaform::host::parse_frame_chunk(bad); },
+                ThrowsMessage<HostError>(HasSubstr(problem)));
   }
   // A frame counts when it starts before the composition ends: 10 s at 30 fps in units of
   // 1/3600 s; 5 s at 29.97 fps (149.85 frames: the last one partial); one frame exactly; one
@@ -427,6 +404,30 @@ TEST(RenderOptionText, FramesAreInclusiveRunsOfWholeNumbersInsideTheComposition)
               ThrowsMessage<HostError>(testing::EndsWith("which has no frames")));
 }
 
+// However many frames and parts: the parts together hold every frame once, in order, and their
+// sizes differ by one at most, the larger ones first.
+TEST(RenderOptionText, ChunksShareTheFramesNearlyEquallyInOrder) {
+  using lunaform::host::chunk_frames;
+  for (const auto& [range, parts] :
+       {std::pair{FrameRange{0, 23, 1}, 4}, std::pair{FrameRange{0, 9, 1}, 4},
+        std::pair{FrameRange{5, 95, 10}, 3}, std::pair{FrameRange{0, 1, 1}, 5}}) {
+    std::vector<int> joined, sizes, expected;
+    for (int index = 0; index < parts; ++index) {
+      const std::vector<int> part = chunk_frames(range, {index, parts});
+      joined.insert(joined.end(), part.begin(), part.end());
+      sizes.push_back(static_cast<int>(part.size()));
+    }
+    for (int frame = range.first; frame <= range.last; frame += range.step) {
+      expected.push_back(frame);
+    }
+    EXPECT_EQ(joined, expected);
+    EXPECT_TRUE(std::is_sorted(sizes.rbegin(), sizes.rend()));
+    EXPECT_LE(sizes.front() - sizes.back(), 1);
+  }
+  EXPECT_EQ(chunk_frames({0, 9, 1}, {1, 4}), (std::vector<int>{3, 4, 5}));
+  EXPECT_EQ(chunk_frames({0, 9, 1}, {3, 4}), (std::vector<int>{8, 9}));
+}
+
 TEST(RenderOptionText, RegionsAreRectanglesInsideTheLayer) {
   namespace lh = lunaform::host;
   const PF_LRect region = lh::parse_region("10,20,30,40");
@@ -445,12 +446,7 @@ TEST(RenderOptionText, RegionsAreRectanglesInsideTheLayer) {
   // A 960 x 540 layer: the region may touch every edge but not cross one.
   EXPECT_NO_THROW(lh::check_region({0, 0, 960, 540}, {960, 540}));
   EXPECT_NO_THROW(lh::check_region({959, 539, 960, 540}, {960, 540}));
-  EXPECT_THAT(
-      [] {
-        lh::check_region({900, 0, 961, 10}, {960, 540});
-      },
-      ThrowsMessage<HostError>(
-          StrEq("--region 900,0,61,10 reaches outside the layer of 960 x 540 pixels")));
+  EXPECT_THROW(lh::check_region({900, 0, 961, 10}, {960, 540}), HostError);
   EXPECT_THROW(lh::check_region({0, 500, 10, 541}, {960, 540}), HostError);
 }
 
@@ -470,9 +466,7 @@ TEST(RenderOptionText, OutputNamesGiveTheFrameFileTypeAndDepths) {
   EXPECT_EQ(lh::image_file_type("dir.exr/A.PNG"), lh::ImageFileType::png);
   EXPECT_EQ(lh::default_bits_per_channel(lh::image_file_type("a.Exr")), 32);
   EXPECT_EQ(lh::default_bits_per_channel(lh::ImageFileType::png), 8);
-  EXPECT_THAT([] { lh::image_file_type("a.jpg"); },
-              ThrowsMessage<HostError>(
-                  StrEq("cannot write 'a.jpg': unknown image type '.jpg' (use .png or .exr)")));
+  EXPECT_THROW(lh::image_file_type("a.jpg"), HostError);
   EXPECT_NO_THROW(lh::check_bits_for_file("a.png", 16));
   EXPECT_THAT([] { lh::check_bits_for_file("a.exr", 16); },
               ThrowsMessage<HostError>(HasSubstr("cannot write 16 bits per channel to 'a.exr'")));
