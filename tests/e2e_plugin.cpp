@@ -34,7 +34,6 @@
 #include "plugin/param_tables.h"
 #include "scene/render_data.h"
 #include "tests/e2e_plugin_support.h"
-#include "tests/e2e_scene_support.h"
 #include "tests/shell_command.h"
 
 namespace {
@@ -134,6 +133,16 @@ TEST(E2ePluginEntry, EveryLifecycleCommandSucceedsAndGivesBackEverySuiteItTook) 
   // Before global setup there is no object to take a command within range (up to 10000).
   EXPECT_EQ((std::tuple{host.send(10000), host.send(-1), host.send(10001)}),
             std::tuple(PF_Err_INTERNAL_STRUCT_DAMAGED, PF_Err_INTERNAL_STRUCT_DAMAGED, 0));
+  // Commands above that are answered without touching their records: following any of these
+  // pointers would fault.
+  for (const PF_Cmd command : {10001, 10002, 65536, INT_MAX}) {
+    EXPECT_EQ(module.entry_point()(command, reinterpret_cast<PF_InData*>(std::uintptr_t{0x10}),
+                                   reinterpret_cast<PF_OutData*>(std::uintptr_t{0x20}),
+                                   reinterpret_cast<PF_ParamList>(std::uintptr_t{0x30}), nullptr,
+                                   nullptr),
+              0)
+        << command;
+  }
   int suites_used = 0;
   // Sends one command: it must succeed, and take each suite it needs once and give it back.
   const auto command = [&](const char* name, const std::function<PF_Err()>& send) {
@@ -179,17 +188,6 @@ TEST(E2ePluginEntry, EveryLifecycleCommandSucceedsAndGivesBackEverySuiteItTook) 
   EXPECT_EQ(host.handles().live_count(), 0u);
   EXPECT_EQ(host.outstanding_param_checkouts(), 0);
   EXPECT_THAT(host.problems(), IsEmpty());
-}
-
-TEST(E2ePluginEntry, CommandsAbove10000AreAnsweredWithoutTouchingTheirRecords) {
-  // Records that are not there: following any of these pointers would fault.
-  auto* in_data = reinterpret_cast<PF_InData*>(std::uintptr_t{0x10});
-  auto* out_data = reinterpret_cast<PF_OutData*>(std::uintptr_t{0x20});
-  auto* params = reinterpret_cast<PF_ParamList>(std::uintptr_t{0x30});
-  for (const PF_Cmd command : {10001, 10002, 65536, INT_MAX}) {
-    EXPECT_EQ(real_module_entry()(command, in_data, out_data, params, nullptr, nullptr), 0)
-        << command;
-  }
 }
 
 // Handlers that fail after taking two suites, with a standard exception or something else.
@@ -321,13 +319,6 @@ TEST_F(E2ePluginParams, SeventyNineParametersInThePublishedOrderWithTheirIdsType
     const PF_ParamFlags flags = collapsed.count(index) ? 0x20 : 0;
     EXPECT_EQ(def(index).flags, index == 1 ? 0x40 : index == 78 ? 0x100 : flags);
   }
-  // clang-format off
-  for (const auto& [index, name] : std::map<PF_ParamIndex, std::string>{{1, ""}, {2, "3D Object"},
-           {3, "Radius"}, {20, "Shadow/Light"}, {66, "Env. Rotation X"}, {71, "Motion Blur"},
-           {72, "Motion Blur"}, {78, "Multisampling"}, {79, ""}}) {
-    // clang-format on
-    EXPECT_EQ(host_->params().at(index).name, name) << "index " << index;
-  }
   // The header is a custom control of the banner's size, drawn only in the effect's panel.
   EXPECT_EQ(std::tuple(def(1).ui_flags, def(1).ui_width, def(1).ui_height),
             std::tuple(PF_PUI_CONTROL, 558, 84));
@@ -339,48 +330,33 @@ TEST_F(E2ePluginParams, SeventyNineParametersInThePublishedOrderWithTheirIdsType
 }
 
 TEST_F(E2ePluginParams, ValuesStartAtTheirDefaultsWithinTheirRanges) {
-  // The ranges easiest to get wrong: a slider range far inside the valid one, negative ranges,
-  // a lower limit above zero, whole numbers.
-  // Index, valid range, slider range, default, decimals.
-  using Slider = std::tuple<PF_ParamIndex, float, float, float, float, float, A_short>;
-  // clang-format off
-  for (const auto& [index, valid_min, valid_max, slider_min, slider_max, dephault, precision] : {
-           Slider{3, 0, 100000, 0, 15, 200, 1}, Slider{18, -1, 1, -0.5f, 0.5f, 0, 2},  // Radius, Fresnel
-           Slider{21, 0.01f, 10, 0.01f, 10, 3, 2}, Slider{45, -10, 10, -0.5f, 0.5f, 1, 2},  // Shadow/Light Contrast, Bump Map Intensity
-           Slider{73, 3, 200, 3, 200, 6, 0}, Slider{74, 1, 10000, 1, 1000, 180, 0},  // Motion Blur Samples, Shutter Angle
-           Slider{77, 0.01f, 10, 0.01f, 2, 2.2f, 2}}) {  // Gamma
-    // clang-format on
-    const PF_FloatSliderDef& s = def(index).u.fs_d;
-    EXPECT_EQ(std::tuple(s.valid_min, s.valid_max, s.dephault, s.precision),
-              std::tuple(valid_min, valid_max, dephault, precision))
-        << index;
-    EXPECT_NEAR(s.slider_min, slider_min, 1e-5) << index;
-    EXPECT_NEAR(s.slider_max, slider_max, 1e-4) << index;
+  for (PF_ParamIndex index = 1; index < 80; ++index) {
+    SCOPED_TRACE(testing::Message() << "index " << index);
+    const PF_ParamDef& d = def(index);
+    if (d.param_type == PF_Param_FLOAT_SLIDER) {
+      // The slider's range lies within the valid one, which holds the default.
+      const PF_FloatSliderDef& s = d.u.fs_d;
+      EXPECT_TRUE(s.valid_min <= s.slider_min && s.slider_min < s.slider_max &&
+                  s.slider_max <= s.valid_max && s.valid_min <= s.dephault &&
+                  s.dephault <= s.valid_max);
+      EXPECT_EQ(s.value, s.dephault);
+    } else if (d.param_type == PF_Param_POPUP) {
+      // As many choices as the string names; 1-based.
+      const std::string& choices = host_->params().at(index).popup_choices;
+      EXPECT_EQ(d.u.pd.num_choices, std::count(choices.begin(), choices.end(), '|') + 1);
+      EXPECT_TRUE(d.u.pd.dephault >= 1 && d.u.pd.dephault <= d.u.pd.num_choices);
+      EXPECT_EQ(d.u.pd.value, d.u.pd.dephault);
+    } else if (d.param_type == PF_Param_CHECKBOX) {
+      EXPECT_EQ(d.u.bd.value, d.u.bd.dephault);
+    }
   }
-  // clang-format off
-  for (const auto& [index, choices, count, dephault] : {
-           std::tuple{2, "Sphere|Hemisphere", 2, 1}, std::tuple{8, "All|Front|Back", 3, 2},
-           std::tuple{51, "Spherical|Box|Plane XY|Plane XZ|Plane ZY", 5, 1},
-           std::tuple{52, "Repeat|Mirror", 2, 1}, std::tuple{72, "Comp Settings|On|Off", 3, 1},
-           std::tuple{78, "0|2|4|8|16", 5, 4}}) {
-    // clang-format on
-    EXPECT_EQ(host_->params().at(index).popup_choices, choices);
-    const PF_PopupDef& popup = def(index).u.pd;
-    EXPECT_EQ(std::tuple(popup.num_choices, popup.dephault, popup.value),
-              std::tuple(count, dephault, dephault))
-        << choices;
-  }
-  // Only "Unlit Only" carries its name beside the box; only the default lights start on.
-  for (const auto& [index, label, on] : {std::tuple{30, "Unlit Only", 0}, std::tuple{46, "", 0},
-                                         std::tuple{47, "", 0}, std::tuple{76, "", 1}}) {
-    EXPECT_EQ(host_->params().at(index).checkbox_label, label) << index;
-    EXPECT_EQ(std::tuple(def(index).u.bd.value, def(index).u.bd.dephault), std::tuple(on, on))
-        << index;
-  }
+  // A new instance renders with 8 GPU samples.
+  EXPECT_EQ(std::tuple(host_->params().at(78).popup_choices, def(78).u.pd.dephault),
+            std::tuple("0|2|4|8|16", 4));
 }
 
 TEST_F(E2ePluginParams, OnlySettingsThatCannotActAreGreyedOutAndOnlyUntilTheyCan) {
-  auto& params = e2e_scene::effect_of(host_->composition()).params;
+  auto& params = e2e_plugin::effect_of(host_->composition()).params;
   params.clear();
   // The maps whose settings only act on a chosen layer, and those settings.
   const std::map<std::string, std::vector<std::string>> map_settings = {
@@ -484,7 +460,6 @@ TEST(E2ePluginParamTables, RepeatedSetupKeepsEveryChoiceStringWhereTheHostWasGiv
   EXPECT_EQ(popup_choice_strings.size(), first + 6 * 21);
   EXPECT_EQ(popup_choice_strings[first]->c_str(), first_characters);
   EXPECT_STREQ(first_characters, "Sphere|Hemisphere");
-  EXPECT_EQ(param_index_by_id[PARAM_MULTISAMPLING], 78u);
   // The readers see the current value, and refuse an id never registered rather than read it
   // as the input layer.
   host.params().at(3).current.u.fs_d.value = 123.25;

@@ -7,16 +7,19 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "AE_Effect.h"
+#include "host/composition.h"
 #include "host/effect_host.h"
 #include "host/module.h"
 #include "platform/message_box.h"
 #include "plugin/ae_plugin.h"
+#include "plugin/ae_plugin_connection.h"
 #include "plugin/plugin_entry.h"
 
-// Shared by the end-to-end suites that drive the effect through the host (e2e_*.cpp).
+// Shared by the suites that drive the effect through the host.
 namespace e2e_plugin {
 
 // The entry point of the module file, loaded once and kept for the process.
@@ -90,6 +93,19 @@ Plugin& plugin_in(lunaform::host::EffectHost& host) {
   AePlugin* plugin = nullptr;
   std::memcpy(&plugin, host.handles().bytes(host.global_data()).data(), sizeof plugin);
   return dynamic_cast<Plugin&>(*plugin);
+}
+
+// A composition of 1920 x 1080 square pixels at 30 frames per second with the effect on the
+// layer "Sphere"; tests add parameter values and layers.
+inline lunaform::host::Composition sphere_composition() {
+  lunaform::host::Composition comp;
+  comp.layers.push_back({.name = "Sphere", .content = lunaform::host::EffectLayer{}});
+  return comp;
+}
+
+inline lunaform::host::EffectLayer& effect_of(lunaform::host::Composition& comp) {
+  return std::get<lunaform::host::EffectLayer>(
+      comp.layers[lunaform::host::effect_layer_index(comp).value()].content);
 }
 
 }  // namespace e2e_plugin

@@ -6,20 +6,191 @@
 #include <array>
 #include <cmath>
 #include <map>
+#include <memory>
+#include <mutex>
 #include <optional>
 #include <regex>
 #include <string>
+#include <string_view>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "host/camera_math.h"
 #include "host/composition.h"
-#include "tests/e2e_scene_support.h"
+#include "platform/debug_output.h"
+#include "plugin/ae_plugin_connection.h"
+#include "scene/frame_render.h"
+#include "tests/e2e_plugin_support.h"
 
 namespace {
 
-using e2e_scene::only;
-using e2e_scene::Operation;
+using e2e_plugin::effect_of;
+using e2e_plugin::entry_for;
+using e2e_plugin::plugin_in;
+using e2e_plugin::set_up_instance;
+using e2e_plugin::sphere_composition;
+
+// One renderer operation with copies of what it was given, and the host's current time (the
+// in-data's) when it was called.
+struct Operation {
+  // clang-format off
+  enum class Kind { set_output, set_render_properties, set_lights, clear_target, draw, read_output,
+                    delete_texture, upload_texture, make_normal_map, make_environment_cube };
+  // clang-format on
+  Kind kind = Kind::clear_target;
+  A_long time = 0;
+  render_data output{};                  // set_output
+  render_properties camera;              // set_render_properties
+  std::vector<light_properties> lights;  // set_lights
+  scene_parameters scene;                // draw: the copy the renderer draws from
+  float value = 0.0f;                    // draw: the weight; read_output: the gamma
+  unsigned int texture = 0;              // the texture argument
+  int width = 0, height = 0;             // make_normal_map
+  unsigned int result = 0;               // the name a texture operation made
+};
+
+// Stands in for the render thread: records every operation and makes up texture names (each
+// operation that makes a texture returns a new one, counting from 1001).
+class RecordingClient {
+ public:
+  using K = Operation::Kind;
+  RecordingClient(RenderState& state, const PF_InData& in_data, unsigned int& next_texture)
+      : state_(state), in_data_(in_data), next_texture_(next_texture) {}
+
+  void set_output(unsigned int, const render_data& frame) {
+    add({.kind = K::set_output, .output = frame});
+  }
+  void post_render_properties(const render_properties& camera) {
+    add({.kind = K::set_render_properties, .camera = camera});
+  }
+  void post_lights(const std::vector<light_properties>& lights) {
+    state_.scene.lights = lights;
+    add({.kind = K::set_lights, .lights = lights});
+  }
+  void clear_target() { add({.kind = K::clear_target}); }
+  void post_draw(float weight) { add({.kind = K::draw, .scene = state_.scene, .value = weight}); }
+  void read_output(float gamma) { add({.kind = K::read_output, .value = gamma}); }
+  void delete_texture(unsigned int texture) {
+    add({.kind = K::delete_texture, .texture = texture});
+  }
+  unsigned int upload_texture(const image_desc&) { return add({.kind = K::upload_texture}); }
+  unsigned int make_normal_map(unsigned int bumps, int width, int height) {
+    return add({.kind = K::make_normal_map, .texture = bumps, .width = width, .height = height});
+  }
+  unsigned int make_environment_cube(unsigned int texture) {
+    return add({.kind = K::make_environment_cube, .texture = texture});
+  }
+
+  std::vector<Operation> operations;
+
+ private:
+  // Records `op` at the current time; returns the texture name it makes.
+  unsigned int add(Operation op) {
+    op.time = in_data_.current_time;
+    op.result = op.kind >= K::upload_texture ? next_texture_++ : 0;
+    operations.push_back(std::move(op));
+    return operations.back().result;
+  }
+
+  RenderState& state_;
+  const PF_InData& in_data_;
+  unsigned int& next_texture_;
+};
+
+// The effect's plug-in object with its frame render command driving a RecordingClient instead
+// of the render thread; every other handler is the module's own.
+class RecordingPlugin : public AePluginConnection {
+ public:
+  void on_smart_render(CommandContext& context) override {
+    RecordingClient client(*renderer, *context.in_data, next_texture_);
+    render_frame(context, *this, *renderer, sample_counter, client);
+    frames.push_back(std::move(client.operations));
+  }
+  std::vector<std::vector<Operation>> frames;  // the operations of each frame, oldest first
+
+ private:
+  unsigned int next_texture_ = 1001;
+};
+
+// Collects the module's debug lines while alive.
+class DebugLines {
+ public:
+  DebugLines()
+      : previous_(hxsdk::set_debug_sink([this](std::string_view text) {
+          std::lock_guard lock(mutex_);
+          lines_.emplace_back(text);
+        })) {}
+  ~DebugLines() { hxsdk::set_debug_sink(std::move(previous_)); }
+  DebugLines(const DebugLines&) = delete;
+  DebugLines& operator=(const DebugLines&) = delete;
+
+  std::vector<std::string> take() {
+    std::lock_guard lock(mutex_);
+    return std::exchange(lines_, {});
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<std::string> lines_;
+  hxsdk::DebugSink previous_;
+};
+
+// The operations of `kind` in `operations`, in order.
+std::vector<Operation> of_kind(const std::vector<Operation>& operations, Operation::Kind kind) {
+  std::vector<Operation> found;
+  for (const Operation& op : operations) {
+    if (op.kind == kind) {
+      found.push_back(op);
+    }
+  }
+  return found;
+}
+
+// The one operation of `kind`; fails the test when there is not exactly one.
+Operation only(const std::vector<Operation>& operations, Operation::Kind kind) {
+  const std::vector<Operation> found = of_kind(operations, kind);
+  EXPECT_EQ(found.size(), 1u) << "operation kind " << int(kind);
+  return found.empty() ? Operation{} : found.front();
+}
+
+// The RecordingPlugin set up in a host once for a suite (that starts a render thread), and
+// started over before each test.
+class SceneTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    host_ = std::make_unique<lunaform::host::EffectHost>(&entry_for<RecordingPlugin>);
+    set_up_instance(*host_);
+  }
+  static void TearDownTestSuite() { host_.reset(); }
+  // Default settings, no checkout failures, a new instance whose slots hold no textures.
+  void SetUp() override { reset(sphere_composition()); }
+
+  static void reset(lunaform::host::Composition comp) {
+    host_->settings() = {};
+    host_->checkout_failures() = {};
+    EXPECT_EQ((std::tuple{host_->sequence_setdown(), host_->sequence_setup()}), std::tuple(0, 0));
+    host_->set_composition(std::move(comp));
+  }
+  static RecordingPlugin& plugin() { return plugin_in<RecordingPlugin>(*host_); }
+
+  // Pre-renders and renders one frame (of `comp` when given); returns its operations, none
+  // when the render failed. Every suite and parameter the frame took is given back.
+  static std::vector<Operation> render(std::optional<lunaform::host::Composition> comp = {}) {
+    if (comp) {
+      host_->set_composition(std::move(*comp));
+    }
+    const std::size_t before = plugin().frames.size();
+    EXPECT_EQ((std::tuple{host_->smart_pre_render(), host_->smart_render()}), std::tuple(0, 0));
+    EXPECT_TRUE(host_->problems().empty()) << host_->problems().front();
+    EXPECT_TRUE(host_->suites().unreleased().empty());
+    EXPECT_EQ(host_->outstanding_param_checkouts(), 0);
+    return plugin().frames.size() == before ? std::vector<Operation>{} : plugin().frames.back();
+  }
+
+  static inline std::unique_ptr<lunaform::host::EffectHost> host_;
+};
+
 using K = Operation::Kind;
 using lunaform::host::Color;
 using lunaform::host::Composition;
@@ -43,7 +214,7 @@ void expect_vec4(const hxsdk::vec4& actual, std::array<double, 4> expected, cons
 }
 
 auto& params_of(Composition& comp) {
-  return e2e_scene::effect_of(comp).params;
+  return effect_of(comp).params;
 }
 
 // `from` at the start of frame 10, `to` at the start of frame 11.
@@ -52,20 +223,6 @@ Keys across_frame_ten(const Vec3& from, const Vec3& to) {
   keys.set_key(10.0 / 30.0, from);
   keys.set_key(11.0 / 30.0, to);
   return keys;
-}
-
-// A composition with a camera at `position` looking at `target`.
-struct CameraSetup {
-  Vec3 position, target;
-  double zoom = 0;
-};
-Composition with_camera(const CameraSetup& setup) {
-  Composition comp = e2e_scene::sphere_composition();
-  Layer camera{.name = "Camera", .content = lunaform::host::CameraLayer{setup.zoom}};
-  camera.transform.position = setup.position;
-  camera.transform.point_of_interest = setup.target;
-  comp.layers.insert(comp.layers.begin(), std::move(camera));
-  return comp;
 }
 
 // The same point through the camera record the renderer received: projection * view, the
@@ -92,19 +249,23 @@ Layer point_light(const std::string& name, const Vec3& position) {
   return layer;
 }
 
-class E2eSceneCamera : public e2e_scene::SceneTest {};
+class E2eSceneCamera : public SceneTest {};
 
 // The expectation is the host's own projection of the composition's camera, a pinhole camera
 // of its own, written and tested apart from the effect's.
 TEST_F(E2eSceneCamera, WorldPointsLandWhereTheHostsCameraPutsThemInEveryOutputBuffer) {
+  // A camera layer at (300, -200, -1500) looking at (1100, 600, 400), or the default camera.
+  Composition with_camera = sphere_composition();
+  Layer camera{.name = "Camera", .content = lunaform::host::CameraLayer{1800}};
+  camera.transform.position = Vec3{300, -200, -1500};
+  camera.transform.point_of_interest = Vec3{1100, 600, 400};
+  with_camera.layers.insert(with_camera.layers.begin(), std::move(camera));
   for (const bool camera_layer : {false, true}) {
     for (const auto& [downsample, rect] :
          {std::pair<A_u_long, std::optional<PF_LRect>>{1, {}}, {2, PF_LRect{200, 100, 600, 400}}}) {
       host_->settings().downsample_x = host_->settings().downsample_y = {1, downsample};
       host_->settings().output_rect = rect;
-      const auto ops =
-          render(camera_layer ? with_camera({{300, -200, -1500}, {1100, 600, 400}, 1800})
-                              : e2e_scene::sphere_composition());
+      const auto ops = render(camera_layer ? with_camera : sphere_composition());
       const render_properties record = only(ops, K::set_render_properties).camera;
       for (const Vec3& point :
            {Vec3{960, 540, 0}, Vec3{0, 0, 0}, Vec3{1500, 200, 800}, Vec3{700, 900, -300}}) {
@@ -124,9 +285,9 @@ TEST_F(E2eSceneCamera, WorldPointsLandWhereTheHostsCameraPutsThemInEveryOutputBu
 }
 
 TEST_F(E2eSceneCamera, WidePixelsAreMadeSquareForTheSphereAndTheLights) {
-  Composition comp = e2e_scene::sphere_composition();
+  Composition comp = sphere_composition();
   comp.layers.push_back(point_light("Point", {100, 50, -200}));
-  comp.pixel_aspect = e2e_scene::effect_of(comp).pixel_aspect = {2, 1};
+  comp.pixel_aspect = effect_of(comp).pixel_aspect = {2, 1};
   params_of(comp) = {{"Position", Vec3{480, 270, 100}}, {"Radius", 150.0}, {"Rotation X", 90.0}};
   host_->settings().downsample_x = host_->settings().downsample_y = {1, 2};
   const auto ops = render(comp);
@@ -139,7 +300,7 @@ TEST_F(E2eSceneCamera, WidePixelsAreMadeSquareForTheSphereAndTheLights) {
   expect_vec4(drawn.orientation, {std::sqrt(0.5), 0, 0, std::sqrt(0.5)}, "orientation");
 }
 
-class E2eSceneLights : public e2e_scene::SceneTest {};
+class E2eSceneLights : public SceneTest {};
 
 TEST_F(E2eSceneLights, TheDefaultPairLightsTheSphereOnlyWhenAskedAndNoLightIsLive) {
   Layer off = point_light("Off", {100, 100, -500});
@@ -154,7 +315,7 @@ TEST_F(E2eSceneLights, TheDefaultPairLightsTheSphereOnlyWhenAskedAndNoLightIsLiv
       {{timed}, false, 10799, 1}, {{timed}, false, 10800, 0}};
   for (const auto& [lights, default_lights, time, count] : cases) {
     SCOPED_TRACE(testing::Message() << lights.size() << " at " << time << ", " << default_lights);
-    Composition comp = e2e_scene::sphere_composition();
+    Composition comp = sphere_composition();
     comp.layers.insert(comp.layers.end(), lights.begin(), lights.end());
     params_of(comp)["Use Default Lights"] = double(default_lights);
     host_->settings().current_time = time;
@@ -170,11 +331,11 @@ TEST_F(E2eSceneLights, TheDefaultPairLightsTheSphereOnlyWhenAskedAndNoLightIsLiv
   }
 }
 
-class E2eSceneMaterial : public e2e_scene::SceneTest {
+class E2eSceneMaterial : public SceneTest {
  protected:
   // The drawn scene of one frame with the given parameter values, all of which the effect takes.
   static scene_parameters drawn(const std::map<std::string, lunaform::host::ParamValue>& values) {
-    Composition comp = e2e_scene::sphere_composition();
+    Composition comp = sphere_composition();
     params_of(comp) = values;
     host_->set_composition(comp);
     EXPECT_TRUE(host_->effect_param_mismatches().empty());
@@ -245,12 +406,12 @@ TEST_F(E2eSceneMaterial, EveryFieldFollowsItsParameter) {
             std::tuple(0, 1, 0));
 }
 
-class E2eSceneFrame : public e2e_scene::SceneTest {};
+class E2eSceneFrame : public SceneTest {};
 
 TEST_F(E2eSceneFrame, SixMotionBlurSamplesSpreadOverHalfAFrameAndAverageWithTimingLines) {
   // The sphere moves 1200 pixels to the right during frame 10, and a light likewise: at k
   // ticks past the frame, x = 100 + 10 k and 10 k.
-  Composition comp = e2e_scene::sphere_composition();
+  Composition comp = sphere_composition();
   Layer moving = point_light("Moving", {0, 0, 0});
   moving.transform.position = across_frame_ten({0, 0, -500}, {1200, 0, -500});
   comp.layers.push_back(moving);
@@ -259,7 +420,7 @@ TEST_F(E2eSceneFrame, SixMotionBlurSamplesSpreadOverHalfAFrameAndAverageWithTimi
                      {"Motion Blur Samples", 6.0},
                      {"Shutter Angle", 180.0}};
   host_->settings().current_time = kFrameTen;
-  e2e_scene::DebugLines debug;
+  DebugLines debug;
   const std::vector<Operation> ops = render(comp);
   // Per sample without maps: the camera, the five map slots cleared (none has a layer), the
   // lights, the target cleared, the draw.
@@ -277,9 +438,9 @@ TEST_F(E2eSceneFrame, SixMotionBlurSamplesSpreadOverHalfAFrameAndAverageWithTimi
   }
   EXPECT_EQ(kinds, expected_kinds);
   // Sample k at k/12 of a frame (10 ticks), weighted 1/(k+1) so that the result is the mean.
-  const std::vector<Operation> draws = e2e_scene::of_kind(ops, K::draw);
-  const std::vector<Operation> cameras = e2e_scene::of_kind(ops, K::set_render_properties);
-  const std::vector<Operation> lights = e2e_scene::of_kind(ops, K::set_lights);
+  const std::vector<Operation> draws = of_kind(ops, K::draw);
+  const std::vector<Operation> cameras = of_kind(ops, K::set_render_properties);
+  const std::vector<Operation> lights = of_kind(ops, K::set_lights);
   ASSERT_EQ(std::tuple(draws.size(), cameras.size(), lights.size()), std::tuple(6u, 6u, 6u));
   for (int k = 0; k < 6; ++k) {
     EXPECT_EQ(std::tuple(cameras[k].time, draws[k].time),
@@ -311,13 +472,13 @@ TEST_F(E2eSceneFrame, CompSettingsFollowTheCompositionAndLayerSwitchesAndShutter
   // clang-format on
   for (const auto& [popup, comp_blur, layer_blur, shutter, offsets] : cases) {
     SCOPED_TRACE(testing::Message() << popup << comp_blur << layer_blur << " " << shutter);
-    Composition comp = e2e_scene::sphere_composition();
+    Composition comp = sphere_composition();
     comp.motion_blur = comp_blur;
     comp.shutter_angle = shutter;
     comp.layers[0].motion_blur = layer_blur;
     params_of(comp)["Motion Blur"] = popup;
     host_->settings().current_time = kFrameTen;
-    const std::vector<Operation> draws = e2e_scene::of_kind(render(comp), K::draw);
+    const std::vector<Operation> draws = of_kind(render(comp), K::draw);
     ASSERT_EQ(draws.size(), offsets.size());
     for (std::size_t k = 0; k < draws.size(); ++k) {
       EXPECT_EQ(draws[k].time, kFrameTen + offsets[k]) << k;
@@ -327,7 +488,7 @@ TEST_F(E2eSceneFrame, CompSettingsFollowTheCompositionAndLayerSwitchesAndShutter
 }
 
 TEST_F(E2eSceneFrame, TheOutputTakesItsGammaFromTheParametersAndRefusesAGammaOfZero) {
-  Composition comp = e2e_scene::sphere_composition();
+  Composition comp = sphere_composition();
   params_of(comp)["Gamma"] = 2.5;
   EXPECT_FLOAT_EQ(only(render(comp), K::read_output).value, 0.4f);
   // A gamma of 0 has no inverse: the frame is refused with a message naming the parameter,
@@ -348,7 +509,7 @@ TEST_F(E2eSceneFrame, TheOutputTakesItsGammaFromTheParametersAndRefusesAGammaOfZ
 // A composition whose map parameters choose the layers named in `choices`; it holds "Red", a
 // red 64 x 32 solid, and "Blue", a blue one of the same size.
 Composition with_maps(const std::map<std::string, std::string>& choices) {
-  Composition comp = e2e_scene::sphere_composition();
+  Composition comp = sphere_composition();
   comp.layers.push_back({.name = "Red", .content = SolidLayer{{1, 0, 0, 1}, 64, 32}});
   comp.layers.push_back({.name = "Blue", .content = SolidLayer{{0, 0, 1, 1}, 64, 32}});
   for (const auto& [param, layer] : choices) {
@@ -374,28 +535,13 @@ std::vector<K> texture_work(const std::vector<Operation>& ops,
   return kinds;
 }
 
-// The "Load Layer ID" lines of the map loads since the last call.
-std::vector<std::string> load_lines(e2e_scene::DebugLines& debug) {
-  std::vector<std::string> loads;
-  for (const std::string& line : debug.take()) {
-    if (line.rfind("Load Layer ", 0) == 0) {
-      loads.push_back(line.substr(0, line.find(':')));
-    }
-  }
-  return loads;
-}
-
-material_properties drawn_material(const std::vector<Operation>& ops) {
-  return only(ops, K::draw).scene.material;
-}
-
-class E2eSceneTextures : public e2e_scene::SceneTest {};
+class E2eSceneTextures : public SceneTest {};
 
 TEST_F(E2eSceneTextures, ConvertedMapsAreMadeOnceAFrameFromAnUploadThatIsThenDeleted) {
   Composition comp = with_maps({{"Bump Map Layer", "Red"}, {"Environment Layer", "Blue"}});
   params_of(comp)["Motion Blur"] = 2.0;
   params_of(comp)["Motion Blur Samples"] = 6.0;
-  e2e_scene::DebugLines debug;
+  DebugLines debug;
   std::vector<Operation> work;
   const std::vector<Operation> ops = render(comp);
   // In the first sample: the bumps become a normal map of their size, the environment a cube,
@@ -407,7 +553,7 @@ TEST_F(E2eSceneTextures, ConvertedMapsAreMadeOnceAFrameFromAnUploadThatIsThenDel
             std::tuple(work[0].result, 64, 32, work[0].result));
   EXPECT_EQ(std::tuple(work[4].texture, work[5].texture),
             std::tuple(work[3].result, work[3].result));
-  const std::vector<Operation> draws = e2e_scene::of_kind(ops, K::draw);
+  const std::vector<Operation> draws = of_kind(ops, K::draw);
   ASSERT_EQ(draws.size(), 6u);
   EXPECT_EQ(work[4].time, draws[0].time);
   for (const Operation& draw : draws) {
@@ -415,7 +561,13 @@ TEST_F(E2eSceneTextures, ConvertedMapsAreMadeOnceAFrameFromAnUploadThatIsThenDel
         std::tuple(draw.scene.material.normal_texture, draw.scene.material.environment_texture),
         std::tuple(work[1].result, work[4].result));
   }
-  EXPECT_EQ(load_lines(debug), (std::vector<std::string>{"Load Layer 508", "Load Layer 517"}));
+  std::vector<std::string> loads;
+  for (const std::string& line : debug.take()) {
+    if (line.starts_with("Load Layer ")) {
+      loads.push_back(line.substr(0, line.find(':')));
+    }
+  }
+  EXPECT_EQ(loads, (std::vector<std::string>{"Load Layer 508", "Load Layer 517"}));
   // With "Use Normal Map" on the bump layer is taken as it is; off again, converted again.
   params_of(host_->composition())["Use Normal Map"] = 1.0;
   std::vector<Operation> plain;
@@ -432,17 +584,18 @@ TEST_F(E2eSceneTextures,
   std::vector<Operation> ops =
       render(with_maps({{"Diffuse Layer", "Red"}, {"Illumination Layer", "Blue"}}));
   EXPECT_EQ(texture_work(ops), std::vector<K>{K::upload_texture});
-  EXPECT_EQ(drawn_material(ops).diffuse_texture, 0u);
-  EXPECT_NE(drawn_material(ops).illumination_texture, 0u);
+  EXPECT_EQ(only(ops, K::draw).scene.material.diffuse_texture, 0u);
+  EXPECT_NE(only(ops, K::draw).scene.material.illumination_texture, 0u);
   // A flattened instance has no slots: it renders without maps and writes nothing.
   reset(with_maps({{"Diffuse Layer", "Red"}, {"Environment Layer", "Blue"}}));
   ASSERT_EQ(host_->sequence_flatten(), PF_Err_NONE);
   const PF_Handle flat = host_->sequence_data();
   ASSERT_EQ(host_->handles().size(flat), 0u);
   ops = render();
-  EXPECT_TRUE(e2e_scene::of_kind(ops, K::delete_texture).empty());
+  EXPECT_TRUE(of_kind(ops, K::delete_texture).empty());
   EXPECT_TRUE(texture_work(ops).empty());
-  EXPECT_EQ(drawn_material(ops).diffuse_texture + drawn_material(ops).environment_texture, 0u);
+  const material_properties plain = only(ops, K::draw).scene.material;
+  EXPECT_EQ(plain.diffuse_texture + plain.environment_texture, 0u);
   EXPECT_EQ(std::tuple(host_->sequence_data(), host_->handles().size(flat)), std::tuple(flat, 0u));
 }
 

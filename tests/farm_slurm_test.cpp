@@ -14,11 +14,13 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <ranges>
 #include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "tests/host_temp_folder.h"
 #include "tests/shell_command.h"
 
 extern char** environ;
@@ -34,10 +36,6 @@ constexpr int kChunks = 4;
 std::string read_file(const fs::path& file) {
   std::ifstream in(file, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-std::string first_line(const std::string& text) {
-  return text.substr(0, text.find('\n'));
 }
 
 bool eventually(const std::function<bool()>& condition, std::chrono::seconds patience) {
@@ -108,7 +106,7 @@ class one_node_cluster {
         " --frames 0-" + std::to_string(kFrames - 1) + " --chunks " + std::to_string(kChunks) +
         " --downsample 4 --renderer " LUNAFORM_RENDER_PATH);
     EXPECT_EQ(submitted.exit_code, 0) << submitted.output;
-    return first_line(submitted.output);
+    return submitted.output.substr(0, submitted.output.find('\n'));
   }
 
   bool finishes(const std::string& job) const {
@@ -154,27 +152,9 @@ logged_frames read_logs(const fs::path& out, const std::string& job) {
   return logged;
 }
 
-std::set<int> all_frames() {
-  std::set<int> frames;
-  for (int frame = 0; frame < kFrames; ++frame) {
-    frames.insert(frame);
-  }
-  return frames;
-}
-
-// A folder of the test's own, removed with everything in it when the test ends.
-struct scratch_folder {
-  fs::path path = fs::temp_directory_path() / ("lunaform-farm-" + std::to_string(getpid()));
-  scratch_folder() {
-    fs::remove_all(path);
-    fs::create_directories(path);
-  }
-  ~scratch_folder() { fs::remove_all(path); }
-};
-
 TEST(FarmSlurm, AnArrayJobRendersTheSequenceAndAResubmissionFinishesWhatACancelLeft) {
-  const scratch_folder scratch;
-  const fs::path& folder = scratch.path;
+  const host_test::TempFolder scratch;
+  const fs::path& folder = scratch.path();
   const one_node_cluster cluster(folder / "cluster");
   if (!cluster.problem().empty()) {
     GTEST_SKIP() << "Slurm cannot run here: " << cluster.problem();
@@ -202,7 +182,8 @@ TEST(FarmSlurm, AnArrayJobRendersTheSequenceAndAResubmissionFinishesWhatACancelL
   const std::string job = cluster.submit(whole);
   ASSERT_TRUE(cluster.finishes(job));
   same_as_alone(whole);
-  EXPECT_EQ(read_logs(whole, job).written, all_frames());
+  const auto frames = std::views::iota(0, kFrames);
+  EXPECT_EQ(read_logs(whole, job).written, std::set<int>(frames.begin(), frames.end()));
   const std::string status = (kSource / "scripts/farm-status").string() + " ";
   EXPECT_EQ(run_shell_command(status + job + " >/dev/null").exit_code, 0);
 

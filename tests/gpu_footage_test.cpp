@@ -10,7 +10,6 @@
 #include "host/render_frame.h"
 #include "platform/debug_output.h"
 #include "tests/e2e_plugin_support.h"
-#include "tests/e2e_scene_support.h"
 #include "tests/gpu_render_harness.h"
 #include "tests/host_footage_refresh_files.h"
 #include "tests/host_temp_folder.h"
@@ -30,23 +29,18 @@ class FootageHost {
   explicit FootageHost(const std::vector<lunaform::host::Layer>& layers,
                        PF_FilterProc entry = &e2e_plugin::entry_for<AePluginConnection>)
       : host(entry) {
-    {
-      e2e_plugin::StderrCapture banner;
-      EXPECT_EQ(host.global_setup(), PF_Err_NONE);
-    }
-    EXPECT_EQ(host.params_setup(), PF_Err_NONE);
-    EXPECT_EQ(host.sequence_setup(), PF_Err_NONE);
-    lunaform::host::Composition comp = e2e_scene::sphere_composition();
-    comp.width = e2e_scene::effect_of(comp).width = 64;
-    comp.height = e2e_scene::effect_of(comp).height = 36;
-    e2e_scene::effect_of(comp).params = {{"Multisampling", Animated<double>(1.0)},
-                                         {"Radius", Animated<double>(12.0)}};
+    e2e_plugin::set_up_instance(host);
+    lunaform::host::Composition comp = e2e_plugin::sphere_composition();
+    comp.width = e2e_plugin::effect_of(comp).width = 64;
+    comp.height = e2e_plugin::effect_of(comp).height = 36;
+    e2e_plugin::effect_of(comp).params = {{"Multisampling", Animated<double>(1.0)},
+                                          {"Radius", Animated<double>(12.0)}};
     comp.layers.insert(comp.layers.end(), layers.begin(), layers.end());
     host.set_composition(std::move(comp));
   }
 
   std::map<std::string, lunaform::host::ParamValue>& params() {
-    return e2e_scene::effect_of(host.composition()).params;
+    return e2e_plugin::effect_of(host.composition()).params;
   }
 
   // Renders frame `frame` at `bits` per channel into `output` without a complaint from the
@@ -112,11 +106,7 @@ class FootageHost {
   std::vector<double> load_times;
 
  private:
-  RenderState& state() {
-    AePlugin* object = nullptr;
-    std::memcpy(&object, host.handles().bytes(host.global_data()).data(), sizeof object);
-    return *dynamic_cast<AePluginConnection&>(*object).renderer;
-  }
+  RenderState& state() { return *e2e_plugin::plugin_in<AePluginConnection>(host).renderer; }
 };
 
 // Writes straight float RGBA `rgba` as file `name` with `channels` channels of `type`;
