@@ -1,7 +1,6 @@
-// Hardware faults inside the module, end to end: crash_fault_module (the effect's own entry
-// logic, global setup and render thread around a plug-in that faults on purpose) faults in a
-// child process; the child's output, the report files and gdb's reading of them show what the
-// user and support would get.
+// Hardware faults inside crash_fault_module (the effect's own entry logic and render thread
+// around a plug-in that faults on purpose), in a child process: its output, the report files
+// and gdb's reading of them.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -40,12 +39,10 @@ struct Child {
   std::string output;
 };
 
-// Runs the crash module in a forked child, which cannot harm the test process. Reports may go
-// to documents or temporary folders under `root`, HOME has no Documents, caches stay where
-// they were (so kernels are not built anew each time), and the main thread's stack may grow to
-// 8 MiB (an overflow happens there). The child sends global setup on its main thread, runs
-// `then` and exits 0 (125 when it throws); it writes no kernel core file, and SIGALRM ends it
-// after two minutes, so that a hang fails instead of blocking.
+// Runs the crash module in a forked child, with documents and temporary folders under `root`,
+// a HOME without Documents, the caches kept (kernels are not built anew) and an 8 MiB stack
+// (an overflow happens there). The child sends global setup, runs `then` and exits 0 (125 when
+// it throws); no core file, and SIGALRM ends a hang after two minutes.
 Child run_module(const fs::path& root, const std::function<void(EffectHost&)>& then) {
   for (const char* folder : {"documents/Brightmoor", "temporary/Brightmoor", "home"}) {
     fs::create_directories(root / folder);
@@ -109,10 +106,8 @@ std::string stamp(std::time_t when) {
   return text;
 }
 
-// What gdb prints for a backtrace of `dump` with this test program as the host the child ran.
-// Of the shared libraries in the dump only the module's symbols are read: that keeps gdb from
-// spending a minute on the OpenGL and OpenCL stacks, and still fails when the dump does not
-// lead gdb to the module.
+// What gdb prints for a backtrace of `dump` with this program as the host. Only the module's
+// symbols are read: the OpenGL and OpenCL stacks would take gdb a minute.
 std::string gdb_backtrace(const std::string& dump) {
   return run_shell_command(
              "timeout 300 gdb -nx -batch -iex 'set auto-solib-add off' "
@@ -167,9 +162,8 @@ TEST(E2eCrashReports, FaultsInCommandsAndRenderJobsBecomeOwnReadableDumpsAndErro
   }
   EXPECT_FALSE(fs::exists(root / "bare" / "Brightmoor"));
 
-  // gdb reads each dump to the faulting function (frame #0, named once the module's symbols are
-  // read), and from the dumped stack through the module's own frames into the host program,
-  // both found where the process had loaded them.
+  // gdb follows the dump from the faulting function (frame #0) through the module's frames
+  // into the host program, each found where the process had loaded it.
   const std::string command = gdb_backtrace(paths[0]);
   EXPECT_THAT(command, HasSubstr("Program terminated with signal SIGSEGV"));
   EXPECT_THAT(command,

@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <numbers>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "e2e_plugin_support.h"
@@ -72,11 +71,6 @@ const T& content(const Layer& layer) {
   return std::get<T>(layer.content);
 }
 
-template <typename T>
-const Animated<T>& animated(const lh::ParamValue& value) {
-  return std::get<Animated<T>>(value);
-}
-
 std::vector<double> xyz(const lh::Vec3& v) {
   return nums(v.x, v.y, v.z);
 }
@@ -90,12 +84,8 @@ double fifty_mm(double width) {
   return width / 2 / std::tan(19.8 * std::numbers::pi / 180);
 }
 
-testing::Matcher<std::vector<double>> near(std::vector<double> expected) {
-  std::vector<testing::Matcher<double>> each;
-  for (const double value : expected) {
-    each.push_back(testing::DoubleNear(value, 1e-9));
-  }
-  return testing::ElementsAreArray(each);
+auto near(const std::vector<double>& expected) {
+  return testing::Pointwise(testing::DoubleNear(1e-9), expected);
 }
 
 constexpr const char* kFullScene = R"({
@@ -212,20 +202,23 @@ TEST(SceneFile, FullSceneLoadsIntoTheModelWithEveryValue) {
   EXPECT_NO_THROW(lh::check_composition(applied));
   const auto& params = content<lh::EffectLayer>(applied.layers[8]).params;
   EXPECT_EQ(params.size(), 13u);
-  const Animated<double>& radius = animated<double>(params.at("Radius"));
+  const Animated<double>& radius = std::get<Animated<double>>(params.at("Radius"));
   EXPECT_THAT(nums(radius.at(-1), radius.at(0.5), radius.at(1.5), radius.at(5)),
               near({100, 150, 250, 300}));
-  EXPECT_THAT(xyz(animated<lh::Vec3>(params.at("Position")).at(2.5)), near({75, -37.5, 15}));
-  const auto number = [&](const char* name) { return animated<double>(params.at(name)).at(0); };
+  EXPECT_THAT(xyz(std::get<Animated<lh::Vec3>>(params.at("Position")).at(2.5)),
+              near({75, -37.5, 15}));
+  const auto number = [&](const char* name) {
+    return std::get<Animated<double>>(params.at(name)).at(0);
+  };
   // "Hemisphere" is the second choice; true is 1.
   EXPECT_THAT(
       nums(number("3D Object"), number("Motion Blur"), number("Rotation Y"), number("Unlit Only"),
            number("Samples"), number("Softness"), number("Diffuse Gamma")),
       ElementsAre(2, 3, -45, 1, -7, 1.5, testing::DoubleNear(0.01, 1e-9)));
-  EXPECT_THAT(rgba(animated<lh::Color>(params.at("Color")).at(0)), near({1, 0.5, 0, 1}));
+  EXPECT_THAT(rgba(std::get<Animated<lh::Color>>(params.at("Color")).at(0)), near({1, 0.5, 0, 1}));
   EXPECT_EQ(std::get<LayerRef>(params.at("Diffuse Layer")), LayerRef{"Checker"});
   EXPECT_EQ(std::get<LayerRef>(params.at("Bump Map Layer")), LayerRef{""});
-  EXPECT_THAT(xyz(animated<lh::Vec3>(params.at("Centre")).at(0)), near({10, 20, 0}));
+  EXPECT_THAT(xyz(std::get<Animated<lh::Vec3>>(params.at("Centre")).at(0)), near({10, 20, 0}));
 }
 
 TEST(SceneFile, DefaultsApplyWhenTheFileLeavesThemOutAndNanFootageWarnsOnce) {
@@ -301,9 +294,6 @@ TEST(SceneFile, BadScenesAreRefusedWithOneLineNamingFilePlaceAndProblem) {
        ": /layers/1/name: layer /layers/0 already has the name \"Plate\""},
       {scene(R"({ "name": "A", "type": "text" })"),
        ": /layers/0/type: unknown layer type \"text\" (footage, solid, camera, light or effect)"},
-      {scene(R"({ "name": "L", "type": "light", "light_type": "point", "positon": [0, 0, 0] })"),
-       ": /layers/0/positon: unknown key \"positon\" (expected one of: name, type, in_point, "
-       "duration, enabled, motion_blur, light_type, position, color, intensity, falloff_distance)"},
       {scene(R"({ "name": "L", "type": "light", "light_type": "point", "cone_angle": 30 })"),
        ": /layers/0/cone_angle: unknown key \"cone_angle\" (expected one of: name, type, in_point, "
        "duration, enabled, motion_blur, light_type, position, color, intensity, falloff_distance)"},
@@ -329,9 +319,6 @@ TEST(SceneFile, BadScenesAreRefusedWithOneLineNamingFilePlaceAndProblem) {
        "255)"},
       {R"({ "composition": { "shutter_angle": 1000 }, "layers": [] })",
        ": /composition/shutter_angle: 1000 is outside 0 to 720"},
-      {scene(effect(R"("Radiuss": 1)")),
-       ": /layers/0/params/Radiuss: unknown parameter \"Radiuss\": the effect has no parameter of "
-       "that name"},
       {scene(effect(R"("radius": 1)")),
        ": /layers/0/params/radius: unknown parameter \"radius\": the effect has no parameter of "
        "that name (did you mean \"Radius\"?)"},
