@@ -219,40 +219,6 @@ TEST_F(GpuMaterialPixels, MultisamplingSmoothsOnlyTheSilhouetteAndKeepsTheInteri
   }
 }
 
-// Three samples accumulated with weights 1, 1/2, 1/3 hold the mean of their frames rendered
-// singly, premultiplied again, to a few float roundings.
-TEST_F(GpuMaterialPixels, ThreeMotionBlurSamplesAverageToTheMeanOfTheirFrames) {
-  material_properties m = plain_material();
-  m.model_color.w = 0.8f;
-  m.edge_feather = 0.3f;
-  std::vector<ref::sphere_scene> samples;
-  std::vector<rendered_image> singles;
-  for (const float shift : {-30.0f, 0.0f, 35.0f}) {
-    samples.push_back(
-        scene_of(m, {kDimAmbient, kSun}, kTurn,
-                 {kCentre.x + shift, kCentre.y + 0.3f * shift, kCentre.z + shift, 0.0f}));
-    singles.push_back(render(samples.back()));
-  }
-  const rendered_image blurred = render(samples);
-  int distinct = 0;
-  const auto premultiplied = [](const ref::argb& p) {
-    return std::array{p.r * p.a, p.g * p.a, p.b * p.a, p.a};
-  };
-  for (int i = 0; i < kSize * kSize; ++i) {
-    const std::array<double, 4> got = premultiplied(blurred.pixel(i % kSize, i / kSize));
-    for (int c = 0; c < 4; ++c) {
-      double mean = 0.0;
-      for (const rendered_image& single : singles) {
-        mean += premultiplied(single.pixel(i % kSize, i / kSize))[c] / 3.0;
-      }
-      ASSERT_NEAR(got[c], mean, 1e-5) << "pixel " << i % kSize << ", " << i / kSize << ", " << c;
-    }
-    distinct += std::abs(singles[0].pixel(i % kSize, i / kSize).a -
-                         singles[2].pixel(i % kSize, i / kSize).a) > 0.5;
-  }
-  EXPECT_GT(distinct, 500) << "the samples must really differ for the mean to prove anything";
-}
-
 // --- The projections ---
 
 // One fetch of a map and its share of the value: s along the rows, t down them (0 at the

@@ -12,7 +12,6 @@
 #include <functional>
 #include <initializer_list>
 #include <memory>
-#include <span>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -148,26 +147,17 @@ class GpuRendererSuite : public ::testing::Test {
   // Runs `job` on the render thread, where the renderer's context is current.
   static void run(const std::function<void(Renderer&)>& job) { thread_->run_on_renderer(job); }
 
-  // One frame whose motion-blur samples are the given scenes (same size), accumulated with
-  // weights 1, 1/2, 1/3, ... in that order, one job per operation as the module's client
-  // side posts them.
-  static rendered_image render(std::span<const ref::sphere_scene> samples,
-                               const output_format& format = {}) {
-    rendered_image image(samples[0].width, samples[0].height, format);
+  // One frame of `scene`, one job per operation as the module's client side posts them.
+  static rendered_image render(const ref::sphere_scene& s, const output_format& format = {}) {
+    rendered_image image(s.width, s.height, format);
     run([&](Renderer& r) { r.set_output(format.samples, image.output()); });
-    for (std::size_t i = 0; i < samples.size(); ++i) {
-      const ref::sphere_scene& s = samples[i];
-      run([&](Renderer& r) { r.set_render_properties(s.camera); });
-      run([&](Renderer& r) { r.set_lights(s.lights); });
-      run([&](Renderer& r) { r.clear_target(); });
-      run([&](Renderer& r) { r.draw_model(sphere_, s.model_matrix, s.material); });
-      run([&](Renderer& r) { r.accumulate_sample(1.0f / static_cast<float>(i + 1)); });
-    }
+    run([&](Renderer& r) { r.set_render_properties(s.camera); });
+    run([&](Renderer& r) { r.set_lights(s.lights); });
+    run([&](Renderer& r) { r.clear_target(); });
+    run([&](Renderer& r) { r.draw_model(sphere_, s.model_matrix, s.material); });
+    run([&](Renderer& r) { r.accumulate_sample(1.0f); });
     run([&](Renderer& r) { r.read_output(format.gamma); });
     return image;
-  }
-  static rendered_image render(const ref::sphere_scene& scene, const output_format& format = {}) {
-    return render(std::span(&scene, 1), format);
   }
 
   static inline std::unique_ptr<RendererThread> thread_;

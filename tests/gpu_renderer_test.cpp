@@ -68,8 +68,9 @@ TEST_F(GpuRenderer, MaterialSamplerUnitsAndBlockBindingsAreSetAfterLinking) {
 // Premultiplied colours painted into the sample target go out through the accumulation and
 // the output kernel of each depth as the CPU reference converts them (alpha clamped before
 // the division, none at alpha 0, gamma on colour only, truncation); row padding comes back
-// as zeros. The same size keeps the accumulated image (half a sample of nothing halves it);
-// targets of a new size start empty.
+// as zeros. The same size keeps the accumulated image: a third of a sample of nothing leaves
+// two thirds of it (a weight other than 1/2 tells the blend's two factors apart); targets of
+// a new size start empty.
 TEST_F(GpuRenderer, OutputConversionOfEveryDepthUnpremultipliesClampsAppliesGammaAndPads) {
   const ref::rgba colours[] = {
       {1.0, 1.0, 1.0, 1.0}, {0.25, 0.5, 0.1, 0.5}, {0.36, 0.04, 0.0, 0.0}, {0.5, 0.25, 0.75, 2.0}};
@@ -80,7 +81,7 @@ TEST_F(GpuRenderer, OutputConversionOfEveryDepthUnpremultipliesClampsAppliesGamm
                                             {0, 4, 0, 0.5f},
                                             {0, 1, 4, 0.45f}}) {
     rendered_image full(4, 2, c);
-    rendered_image halved(4, 2, c);
+    rendered_image faded(4, 2, c);
     rendered_image taller(4, 3, c);  // new targets
     run([&](Renderer& r) {
       r.set_output(0, full.output());
@@ -95,10 +96,10 @@ TEST_F(GpuRenderer, OutputConversionOfEveryDepthUnpremultipliesClampsAppliesGamm
       glDisable(GL_SCISSOR_TEST);
       r.accumulate_sample(1.0f);
       r.read_output(c.gamma);
-      for (rendered_image* next : {&halved, &taller}) {
+      for (rendered_image* next : {&faded, &taller}) {
         r.set_output(0, next->output());
         r.clear_target();
-        r.accumulate_sample(0.5f);
+        r.accumulate_sample(1.0f / 3.0f);
         r.read_output(c.gamma);
       }
     });
@@ -106,10 +107,10 @@ TEST_F(GpuRenderer, OutputConversionOfEveryDepthUnpremultipliesClampsAppliesGamm
     for (int i = 0; i < 12; ++i) {
       const ref::rgba p = colours[(i + i / 4) % 4];
       const ref::argb want[3] = {ref::output_pixel(p, c.gamma, c.bytes_per_channel),
-                                 ref::output_pixel(p * 0.5, c.gamma, c.bytes_per_channel),
+                                 ref::output_pixel(p * (2.0 / 3.0), c.gamma, c.bytes_per_channel),
                                  {}};
       for (int k = i < 8 ? 0 : 2; k < 3; ++k) {
-        const ref::argb got = (k == 0 ? full : k == 1 ? halved : taller).pixel(i % 4, i / 4);
+        const ref::argb got = (k == 0 ? full : k == 1 ? faded : taller).pixel(i % 4, i / 4);
         EXPECT_LE(std::max({std::abs(got.a - want[k].a), std::abs(got.r - want[k].r),
                             std::abs(got.g - want[k].g), std::abs(got.b - want[k].b)}),
                   tolerance)
@@ -117,7 +118,7 @@ TEST_F(GpuRenderer, OutputConversionOfEveryDepthUnpremultipliesClampsAppliesGamm
             << ", pixel " << i % 4 << ", " << i / 4;
       }
     }
-    for (const rendered_image* image : {&full, &halved, &taller}) {
+    for (const rendered_image* image : {&full, &faded, &taller}) {
       for (int y = 0; y < image->height; ++y) {
         for (int i = image->width * 4 * c.bytes_per_channel; i < image->row_bytes; ++i) {
           EXPECT_EQ(std::to_integer<int>(image->bytes[y * image->row_bytes + i]), 0)
