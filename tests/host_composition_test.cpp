@@ -155,20 +155,19 @@ TEST(LayerAxes, FollowThePointOfInterestAndTheAnglesAsWorkedOutByHand) {
   }
 }
 
-enum Index : PF_ParamIndex { kRadius = 1, kPosition, kColor, kAngle, kPopup, kCheckbox, kMap };
-enum MoreIndex : PF_ParamIndex { kOtherMap = 8, kDefaultPosition };
+enum Index : PF_ParamIndex { kRadius = 1, kPosition, kColor, kAngle, kPopup, kCheckbox, kDefault };
 
-// An entry function whose parameter setup registers these nine, as indices 1 to 9.
+// An entry function whose parameter setup registers these seven, as indices 1 to 7. Map layers
+// checked out at a downsample are the effect host suite's to check.
 PF_Err add_effect_params(PF_Cmd command, PF_InData* in, PF_OutData* out, PF_ParamList, void*) {
   const PF_ParamType types[] = {PF_Param_FLOAT_SLIDER, PF_Param_POINT_3D, PF_Param_COLOR,
                                 PF_Param_ANGLE,        PF_Param_POPUP,    PF_Param_CHECKBOX,
-                                PF_Param_LAYER,        PF_Param_LAYER,    PF_Param_POINT_3D};
-  const char* names[] = {"Radius",        "Position",    "Color",
-                         "Rotation X",    "Motion Blur", "Unlit Only",
-                         "Diffuse Layer", "Gloss Layer", "Default Position"};
-  for (A_long i = 0; command == PF_Cmd_PARAMS_SETUP && i < 9; ++i) {
+                                PF_Param_POINT_3D};
+  const char* names[] = {"Radius",      "Position",   "Color",           "Rotation X",
+                         "Motion Blur", "Unlit Only", "Default Position"};
+  for (A_long i = 0; command == PF_Cmd_PARAMS_SETUP && i < 7; ++i) {
     PF_ParamDef def = param_def(types[i], i + 1, names[i]);
-    if (i + 1 == kPosition || i + 1 == kDefaultPosition) {
+    if (i + 1 == kPosition || i + 1 == kDefault) {
       def.u.point3d_d.x_value = def.u.point3d_d.x_dephault = 50;
       def.u.point3d_d.y_value = def.u.point3d_d.y_dephault = 25;
       def.u.point3d_d.z_value = def.u.point3d_d.z_dephault = 40;
@@ -184,11 +183,9 @@ PF_Err add_effect_params(PF_Cmd command, PF_InData* in, PF_OutData* out, PF_Para
   return PF_Err_NONE;
 }
 
-// The effect layer and its values, with a 101 x 51 solid "Grey" for its map.
+// The effect layer and its values.
 lh::Composition scene() {
   lh::Composition comp = lh::default_composition();
-  comp.layers.push_back(
-      Layer{.name = "Grey", .content = lh::SolidLayer{{0.5, 0.25, 1, 1}, 101, 51}});
   auto& params = std::get<lh::EffectLayer>(comp.layers[0].content).params;
   Animated<double> radius;
   radius.set_key(1, 100.0);
@@ -198,8 +195,7 @@ lh::Composition scene() {
             {"Color", Animated<lh::Color>(lh::Color{1, 0.5, 0, 0.25})},
             {"Rotation X", Animated<double>(90.5)},
             {"Motion Blur", Animated<double>(2.0)},
-            {"Unlit Only", Animated<double>(1.0)},
-            {"Diffuse Layer", LayerRef{"Grey"}}};
+            {"Unlit Only", Animated<double>(1.0)}};
   return comp;
 }
 
@@ -247,7 +243,7 @@ TEST_F(HostSuites, ParametersCheckOutAsTheCompositionSaysAtTheAskedTime) {
   EXPECT_EQ(host_.outstanding_param_checkouts(), 0);
 }
 
-TEST_F(HostSuites, PointsAndLayersArriveInDownsampledLayerPixels) {
+TEST_F(HostSuites, PointsArriveInDownsampledLayerPixels) {
   struct Case {
     PF_RationalScale x, y;
     Vec3 position;          // "Position": set in pixels
@@ -264,16 +260,10 @@ TEST_F(HostSuites, PointsAndLayersArriveInDownsampledLayerPixels) {
     const PF_Point3DDef set = checkout(kPosition).u.point3d_d;
     EXPECT_THAT(nums(set.x_value, set.y_value, set.z_value),
                 ElementsAre(c.position.x, c.position.y, c.position.z));
-    const PF_Point3DDef dflt = checkout(kDefaultPosition).u.point3d_d;
+    const PF_Point3DDef dflt = checkout(kDefault).u.point3d_d;
     EXPECT_THAT(nums(dflt.x_value, dflt.y_value, dflt.z_value),
                 ElementsAre(c.default_position.x, c.default_position.y, c.default_position.z));
   }
-  // A map gives its layer's size, ceil(101 / 2) x ceil(51 / 4), and no pixels; an empty one 0 x 0.
-  const PF_LayerDef map = checkout(kMap).u.ld;
-  EXPECT_THAT(nums(map.width, map.height), ElementsAre(51, 13));
-  EXPECT_EQ(map.data, nullptr);
-  EXPECT_THAT(nums(checkout(kOtherMap).u.ld.width, checkout(kOtherMap).u.ld.height),
-              ElementsAre(0, 0));
   EXPECT_THAT(host_.problems(), IsEmpty());
 }
 

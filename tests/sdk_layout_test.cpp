@@ -1,7 +1,6 @@
-// Our declarations in sdk/ae must lay out every record and suite table as the published effect
-// API does on x86-64, or a real host and the module would read each other's fields at the wrong
-// places. Every expected number is worked out by hand from the published field lists (A_long 4
-// bytes, pointers 8, natural alignment), none derived from the declarations under test.
+// The records and suite tables of sdk/ae laid out as the published effect API lays them out on
+// x86-64, every number worked out by hand from the published field lists (A_long 4 bytes,
+// pointers 8, natural alignment), none derived from the declarations under test.
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -73,9 +72,8 @@ TEST(SdkLayout, DeclarationsHaveThePublishedSizesOffsetsAndCommandNumbers) {
       // 26 callbacks, the ANSI block, the colour block, 14 callbacks and an A_long padded.
       SIZE(PF_UtilCallbacks, 26 * P + 160 + 64 + 14 * P + 8),
 
-      // Offsets of fields after padding, unions and arrays, and of functions deep in the suites
-      // the module calls: where a field left out or swapped with its neighbour still leaves the
-      // size right.
+      // Offsets after padding, unions and arrays, and of functions deep in the module's suites:
+      // where a field left out or swapped with its neighbour keeps the size.
       AT(PF_Pixel, alpha, 0), AT(PF_Pixel, red, 1), AT(PF_LayerDef, data, 24),
       AT(PF_LayerDef, rowbytes, 32), AT(PF_LayerDef, extent_hint, 44),
       AT(PF_LayerDef, platform_ref, 64), AT(PF_LayerDef, pix_aspect_ratio, 88),

@@ -25,9 +25,8 @@ namespace {
 
 using std::this_thread::get_id;
 
-// Stands in for the GL renderer. It records the thread that destroys it, after a pause that
-// gives a thread destructor that does not wait for it the time to return first, and the
-// textures it is asked to delete.
+// Stands in for the GL renderer: records the textures it deletes and the thread that destroys
+// it, after a pause that lets a thread destructor that does not wait for it return first.
 struct ProbeRenderer {
   std::thread::id* destroyed_on = nullptr;
   std::vector<unsigned int> deleted;
@@ -85,7 +84,7 @@ TEST(RendererThread, JobsRunInOrderOnTheThreadThatBuiltTheRendererWhichDiesWithI
   EXPECT_EQ(destroyed_on, built_on);
 }
 
-TEST(RendererThread, AJobsExceptionReachesItsCallerAndEndsTheThreadForGood) {
+TEST(RendererThread, AJobsOrTheRenderersBuildingExceptionReachesItsCallerAndEndsTheThread) {
   struct shader_failure : hx_exception {
     using hx_exception::hx_exception;
   };
@@ -108,17 +107,15 @@ TEST(RendererThread, AJobsExceptionReachesItsCallerAndEndsTheThreadForGood) {
     EXPECT_EQ(destroyed_on, built_on);
     EXPECT_TRUE(destroyed_promptly(std::move(thread)));
   }
-  ProbeThread thread;
-  EXPECT_THROW(thread.run([] { throw hx_exception("lost context"); }), hx_exception);
+  ProbeThread ended;
+  EXPECT_THROW(ended.run([] { throw hx_exception("lost context"); }), hx_exception);
   bool ran = false;
   for (int attempt = 0; attempt < 3; ++attempt) {
-    EXPECT_NO_THROW(thread.run([&ran] { ran = true; }));
+    EXPECT_NO_THROW(ended.run([&ran] { ran = true; }));
   }
   EXPECT_FALSE(ran) << "a job ran after the thread had ended";
-}
-
-TEST(RendererThread, AConstructionFailureIsRethrownByTheConstructor) {
-  // Repeated so that a thread still touching the freed object shows under the sanitizers.
+  // A failure to build the renderer is rethrown by the constructor, repeated so that a thread
+  // still touching the freed object shows under the sanitizers.
   for (int attempt = 0; attempt < 20; ++attempt) {
     std::thread::id failed_on;
     try {

@@ -137,8 +137,8 @@ constexpr int kHeight = 1080;
 // The distance of a 50 mm lens: half the width over tan(39.6° / 2).
 const double kDefaultZoom = kWidth / 2.0 / std::tan(39.6 / 2.0 * kPi / 180.0);
 
-// A camera as a host describes one: its axes (x right, y down, z the view direction) as the
-// columns of a turn, its position, its zoom; by default the host's own camera.
+// A camera as a host describes one (its axes x right, y down, z ahead as the columns of `turn`);
+// by default the host's own camera.
 host_camera camera(Vec3 position = {kWidth / 2.0, kHeight / 2.0, -kDefaultZoom},
                    double zoom = kDefaultZoom, const Grid& turn = kIdentity, bool has_layer = false,
                    bool orthographic = false) {
@@ -157,10 +157,8 @@ view_placement placement(float d, int x = 0, int y = 0, int w = 0, int h = 0, fl
   return {aspect, aspect, d, x, y, w, h};
 }
 
-// Where a pinhole camera puts a world point, in downsampled output pixels: the point's camera
-// coordinates by projection onto the axes, then u = zoom x / z about the plane's centre
-// (orthographic: u = x). World x is in square pixels: a composition of wide pixels sees it
-// divided by their aspect.
+// Where a pinhole camera puts a world point, in downsampled output pixels: u = zoom x / z about
+// the plane's centre (orthographic: u = x), world x divided by a wide pixel's aspect.
 std::array<double, 2> pinhole_pixel(const host_camera& c, const Vec3& point,
                                     const view_placement& p) {
   const auto& m = c.camera_to_world.mat;
@@ -236,8 +234,7 @@ TEST(SceneCameraView, ViewSizeSquaresThePlaneByTheLayerAndCompositionAspects) {
 }
 
 TEST(SceneLightRecords, EachTypeKeepsOnlyTheFieldsItUsesAndIntensityScalesTheColour) {
-  // A light layer as a host gives it: rows 0..2 of its transform the local axes, row 3 the
-  // position; 100 %, a 90° cone with a 50 % feather.
+  // Rows 0..2 of the transform the layer's axes, row 3 its position; a 90° cone, 50 % feather.
   host_light host{AEGP_LightType_PARALLEL, {}, {0.3, 1.0, 0.5, 0.25}, 100.0, 90.0, 50.0, 500.0};
   host.layer_to_world = {{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0.6, 0.8, 0}, {100, -50, 250, 1}}};
   for (const AEGP_LightType type : {AEGP_LightType_PARALLEL, AEGP_LightType_SPOT,
