@@ -22,13 +22,12 @@ using lunaform::host::LayerRef;
 using testing::IsEmpty;
 using Loads = std::vector<std::string>;
 
-// The effect's plug-in object (or a test's subclass) in a host rendering a small, quick sphere
-// beside `layers` through its frame path: footage refresh, Smart PreRender, Smart Render.
+// The effect's plug-in object in a host rendering a small, quick sphere beside `layers` through
+// its frame path: footage refresh, Smart PreRender, Smart Render.
 class FootageHost {
  public:
-  explicit FootageHost(const std::vector<lunaform::host::Layer>& layers,
-                       PF_FilterProc entry = &e2e_plugin::entry_for<AePluginConnection>)
-      : host(entry) {
+  explicit FootageHost(const std::vector<lunaform::host::Layer>& layers)
+      : host(&e2e_plugin::entry_for<AePluginConnection>) {
     e2e_plugin::set_up_instance(host);
     lunaform::host::Composition comp = e2e_plugin::sphere_composition();
     comp.width = e2e_plugin::effect_of(comp).width = 64;
@@ -287,23 +286,19 @@ TEST(GpuFootage, FootageIsUploadedOnceUntilItsFileChangesAndDeletedWhenNoLongerC
   EXPECT_FALSE(scene.is_texture(second)) << "emptying the parameter deletes the texture";
 }
 
-// Every channel of a 16- or 32-bit frame is finite and not negative, alpha (and 16-bit colour)
-// no larger than `white`; the sphere's centre pixel has alpha `centre`, the corner none.
-void expect_sane_frame(const lunaform::host::PixelWorld& world, float white, float centre) {
+// Every channel of a 32-bit frame is finite and not negative, alpha no larger than 1; the
+// sphere's centre pixel has alpha `centre`, the corner none.
+void expect_sane_frame(const lunaform::host::PixelWorld& world, float centre) {
   const auto channel = [&](int x, int y, int c) {
-    const int bytes = world.bits_per_channel() / 8;
-    unsigned short word = 0;
     float value = 0.0f;
-    std::memcpy(bytes == 2 ? static_cast<void*>(&word) : &value,
-                world.row(y).data() + x * world.pixel_bytes() + c * bytes, bytes);
-    return bytes == 2 ? word : value;
+    std::memcpy(&value, world.row(y).data() + x * world.pixel_bytes() + c * 4, 4);
+    return value;
   };
   int wrong = 0;
   for (int i = 0; i < world.width() * world.height() * 4; ++i) {
     const float v = channel(i / 4 % world.width(), i / 4 / world.width(), i % 4);
-    const bool capped = i % 4 == 0 || world.bits_per_channel() == 16;
-    wrong += !std::isfinite(v) || v < 0.0f || (capped && v > white) ||
-             (i % 4 == 0 && centre == 0.0f && v != 0.0f);
+    wrong += !std::isfinite(v) || v < 0.0f ||
+             (i % 4 == 0 && (v > 1.0f || (centre == 0.0f && v != 0.0f)));
   }
   EXPECT_EQ(wrong, 0);
   EXPECT_EQ(channel(32, 18, 0), centre);
@@ -336,7 +331,7 @@ TEST(GpuFootage, OnePixelNoPixelsAndNothingOpaqueRenderAFrameWithTheMapAsItIsOrL
     normal_map = gpu_render::texture_state(GL_TEXTURE_2D, scene.drawn().normal_texture, {}, 0);
   });
   EXPECT_EQ(normal_map, (std::vector<GLint>{GL_RGBA16F, 1}));
-  expect_sane_frame(*scene.output, 1.0f, 1.0f);
+  expect_sane_frame(*scene.output, 1.0f);
 
   for (const char* param : {"Glossiness Layer", "Illumination Layer", "Bump Map Layer"}) {
     scene.params()[param] = LayerRef{""};
@@ -344,7 +339,7 @@ TEST(GpuFootage, OnePixelNoPixelsAndNothingOpaqueRenderAFrameWithTheMapAsItIsOrL
   scene.params()["Diffuse Layer"] = LayerRef{"Clear.png"};
   EXPECT_EQ(scene.render(0, 32), Loads{"Load Layer 502"});
   EXPECT_EQ(scene.texture_mismatch(scene.drawn().diffuse_texture, 4, clear), "");
-  expect_sane_frame(*scene.output, 1.0f, 0.0f);
+  expect_sane_frame(*scene.output, 0.0f);
 
   for (const std::array<const char*, 2> names :
        {std::array{"", "No Such Layer"}, std::array{"Blank", "Empty"}}) {
@@ -360,43 +355,8 @@ TEST(GpuFootage, OnePixelNoPixelsAndNothingOpaqueRenderAFrameWithTheMapAsItIsOrL
                   m.environment_texture,
               0u)
         << names[1];
-    expect_sane_frame(*scene.output, 1.0f, 1.0f);
+    expect_sane_frame(*scene.output, 1.0f);
   }
-}
-
-// The plug-in object behind a misbehaving host that writes 16-bit diffuse-map channels beyond
-// its white of 32768 into the world the module then checks out again.
-class OverbrightMapPlugin : public AePluginConnection {
- public:
-  void on_smart_render(CommandContext& context) override {
-    constexpr std::array<unsigned short, 4> kOverbright = {65535, 65535, 49152, 32769};
-    const auto& extra = *static_cast<PF_SmartRenderExtra*>(context.extra);
-    PF_EffectWorld* world = nullptr;
-    if (extra.cb->checkout_layer_pixels(context.in_data->effect_ref, 502, &world) == PF_Err_NONE &&
-        world != nullptr) {
-      for (A_long i = 0; i < world->width * world->height; ++i) {
-        std::memcpy(reinterpret_cast<std::byte*>(world->data) + i / world->width * world->rowbytes +
-                        i % world->width * 8,
-                    kOverbright.data(), 8);
-      }
-    }
-    AePluginConnection::on_smart_render(context);
-  }
-};
-
-// The input transfer divides by 32767 whatever the value (red and alpha near 2); alpha 2 is
-// clamped to the 32767 the output writes for 1, not wrapped round.
-TEST(GpuFootage, SixteenBitChannelsBeyondWhiteRenderAFrameWithinRange) {
-  const host_test::TempFolder folder;
-  FootageHost scene({footage(folder, "Grey.png", 1, {0.5f, 0.5f, 0.5f, 1.0f}).first},
-                    &e2e_plugin::entry_for<OverbrightMapPlugin>);
-  scene.params()["Diffuse Layer"] = LayerRef{"Grey.png"};
-  EXPECT_EQ(scene.render(0, 16), Loads{"Load Layer 502"});
-  EXPECT_EQ(scene.texture_mismatch(
-                scene.drawn().diffuse_texture, 1,
-                {65535 / 32767.0f, 49152 / 32767.0f, 32769 / 32767.0f, 65535 / 32767.0f}),
-            "");
-  expect_sane_frame(*scene.output, 32767.0f, 32767.0f);
 }
 
 }  // namespace

@@ -84,11 +84,6 @@ inline double shadow_light_contrast_exponent(double contrast) {
   return std::min(contrast, 1.0) * std::pow(2.0, 1.5 * std::max(0.0, contrast - 1.0));
 }
 
-// (1 - f)^2 * 64 + 1: 1 for the softest box blend (f = 1), 65 for the hardest (f = 0).
-inline double box_feathering_exponent(double uv_feathering) {
-  return (1.0 - uv_feathering) * (1.0 - uv_feathering) * 64.0 + 1.0;
-}
-
 // cos(cone_angle / 2) with the angle in degrees.
 inline double spot_cone_cos(double cone_angle_degrees) {
   return std::cos(cone_angle_degrees * kPi / 360.0);
@@ -372,16 +367,6 @@ inline bool pixel_is_clear_of_edges(const sphere_scene& scene, int x, int y) {
     }
   }
   return true;
-}
-
-// Fraction of pixel (x, y) covered by drawn fragments, sampled on an n x n grid.
-inline double covered_fraction(const sphere_scene& scene, int x, int y, int n) {
-  int covered = 0;
-  for (int i = 0; i < n * n; ++i) {
-    const ray_hits drawn = drawn_fragments(scene, x + (i % n + 0.5) / n, y + (i / n + 0.5) / n);
-    covered += drawn.front || drawn.back;
-  }
-  return static_cast<double>(covered) / (n * n);
 }
 
 // The output kernel's pixel: alpha clamped to 0..1, colour divided by it when positive and
