@@ -291,7 +291,7 @@ class E2ePluginParams : public testing::Test {
   static inline std::unique_ptr<EffectHost> host_;
 };
 
-TEST_F(E2ePluginParams, SeventyNineParametersInThePublishedOrderWithTheirIdsTypesAndFlags) {
+TEST_F(E2ePluginParams, SeventyNineParametersInThePublishedOrderWithTheirIdsTypesFlagsAndDefaults) {
   // Projects store values by id and hosts by index: neither may ever move.
   // clang-format off
   constexpr A_long kIds[] = {1, 10, 16, 11, 12, 13, 14, 50, 200, 202, 203, 204, 205, 218, 209, 206,
@@ -312,27 +312,14 @@ TEST_F(E2ePluginParams, SeventyNineParametersInThePublishedOrderWithTheirIdsType
   ASSERT_EQ(host_->params().size(), 80u);
   for (PF_ParamIndex index = 1; index < 80; ++index) {
     SCOPED_TRACE(testing::Message() << "index " << index);
-    EXPECT_EQ(def(index).uu.id, kIds[index - 1]);
-    EXPECT_EQ(def(index).param_type, type_of.at(types[std::size_t(index - 1)]));
+    const PF_ParamDef& d = def(index);
+    EXPECT_EQ(d.uu.id, kIds[index - 1]);
+    EXPECT_EQ(d.param_type, type_of.at(types[std::size_t(index - 1)]));
     // The supervised header (0x40), collapsed groups and angles (0x20), and Multisampling,
     // which changes no picture's content, kept out of the inputs' state (0x100).
     const PF_ParamFlags flags = collapsed.count(index) ? 0x20 : 0;
-    EXPECT_EQ(def(index).flags, index == 1 ? 0x40 : index == 78 ? 0x100 : flags);
-  }
-  // The header is a custom control of the banner's size, drawn only in the effect's panel.
-  EXPECT_EQ(std::tuple(def(1).ui_flags, def(1).ui_width, def(1).ui_height),
-            std::tuple(PF_PUI_CONTROL, 558, 84));
-  ASSERT_TRUE(host_->custom_ui().has_value());
-  const PF_CustomUIInfo& ui = *host_->custom_ui();
-  EXPECT_EQ(std::tuple(ui.events, ui.comp_ui_width, ui.layer_ui_width, ui.preview_ui_width),
-            std::tuple(4, 0, 0, 0));
-  EXPECT_THAT(host_->problems(), IsEmpty());
-}
-
-TEST_F(E2ePluginParams, ValuesStartAtTheirDefaultsWithinTheirRanges) {
-  for (PF_ParamIndex index = 1; index < 80; ++index) {
-    SCOPED_TRACE(testing::Message() << "index " << index);
-    const PF_ParamDef& d = def(index);
+    EXPECT_EQ(d.flags, index == 1 ? 0x40 : index == 78 ? 0x100 : flags);
+    // Each value starts at its default, within its ranges.
     if (d.param_type == PF_Param_FLOAT_SLIDER) {
       // The slider's range lies within the valid one, which holds the default.
       const PF_FloatSliderDef& s = d.u.fs_d;
@@ -353,6 +340,14 @@ TEST_F(E2ePluginParams, ValuesStartAtTheirDefaultsWithinTheirRanges) {
   // A new instance renders with 8 GPU samples.
   EXPECT_EQ(std::tuple(host_->params().at(78).popup_choices, def(78).u.pd.dephault),
             std::tuple("0|2|4|8|16", 4));
+  // The header is a custom control of the banner's size, drawn only in the effect's panel.
+  EXPECT_EQ(std::tuple(def(1).ui_flags, def(1).ui_width, def(1).ui_height),
+            std::tuple(PF_PUI_CONTROL, 558, 84));
+  ASSERT_TRUE(host_->custom_ui().has_value());
+  const PF_CustomUIInfo& ui = *host_->custom_ui();
+  EXPECT_EQ(std::tuple(ui.events, ui.comp_ui_width, ui.layer_ui_width, ui.preview_ui_width),
+            std::tuple(4, 0, 0, 0));
+  EXPECT_THAT(host_->problems(), IsEmpty());
 }
 
 TEST_F(E2ePluginParams, OnlySettingsThatCannotActAreGreyedOutAndOnlyUntilTheyCan) {
