@@ -1,11 +1,13 @@
 #include "host/frame_writer.h"
 
+#include <OpenImageIO/filesystem.h>
 #include <OpenImageIO/imageio.h>
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -64,6 +66,32 @@ class TemporaryFile {
 
   const std::filesystem::path& path() const { return path_; }
 
+  // Replaces the file's contents with `bytes`. Every write is checked here because the image
+  // writers do not all notice a failed one: a full disk or the file-size limit would otherwise
+  // leave a short file that is then taken for a whole frame.
+  void write(const std::vector<unsigned char>& bytes, const std::filesystem::path& target) {
+    const int descriptor = open(path_.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
+    if (descriptor < 0) {
+      fail(target, std::strerror(errno));
+    }
+    for (std::size_t done = 0; done < bytes.size();) {
+      const ssize_t count = ::write(descriptor, bytes.data() + done, bytes.size() - done);
+      if (count < 0 && errno == EINTR) {
+        continue;
+      }
+      if (count <= 0) {
+        const int error = count < 0 ? errno : ENOSPC;
+        close(descriptor);
+        fail(target, std::strerror(error));
+      }
+      done += static_cast<std::size_t>(count);
+    }
+    // Network file systems may report a full disk only here.
+    if (close(descriptor) != 0) {
+      fail(target, std::strerror(errno));
+    }
+  }
+
   void move_to(const std::filesystem::path& target) {
     std::error_code error;
     std::filesystem::rename(path_, target, error);
@@ -119,10 +147,13 @@ void write_rgba(const std::filesystem::path& file, ImageFileType type, const Pix
   if (!output) {
     fail(file, one_line(OIIO::geterror()));
   }
-  if (!output->open(temporary.path().string(), layout) ||
+  std::vector<unsigned char> encoded;
+  OIIO::Filesystem::IOVecOutput memory(encoded);
+  if (!output->set_ioproxy(&memory) || !output->open(temporary.path().string(), layout) ||
       !output->write_image(channel_type, rgba) || !output->close()) {
     fail(file, one_line(output->geterror()));
   }
+  temporary.write(encoded, file);
   temporary.move_to(file);
 }
 

@@ -3,6 +3,7 @@
 // files, reports what the host learns from a module (--info), checks scene files (--check),
 // sends the about command (--about) and shows the effect's custom controls in a window or draws
 // them into a PNG file (--controls).
+#include <signal.h>
 #include <unistd.h>
 #include <CLI/CLI.hpp>
 
@@ -281,6 +282,9 @@ void render(const lunaform::host::RenderOptions& options, const std::filesystem:
 }  // namespace
 
 int main(int argc, char** argv) {
+  // A write past the file-size limit then fails with EFBIG, which the frame writer reports like
+  // a full disk, instead of the signal ending the process with a partial file left behind.
+  signal(SIGXFSZ, SIG_IGN);
   CLI::App app{
       "Renders frames of a scene file (without one: the built-in default composition, 1920 x "
       "1080, the effect at its defaults) through the Lunaform effect module to PNG or EXR files.",
