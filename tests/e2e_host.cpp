@@ -40,10 +40,12 @@ std::string quoted(const std::filesystem::path& path) {
 }
 
 TEST(E2eHostModules, FilesThatCannotBeLoadedAreRefusedWithTheirReasonBeforeAnyOfTheirCodeRuns) {
-  // Damaged ELF files and PiPLs have their own tests; here, how a module is refused.
+  // Truncated ELF files and damaged PiPLs have their own tests; here, how a module is refused.
+  const host_test::TempFolder folder;
   const std::pair<std::filesystem::path, std::string> cases[] = {
       {kModules / "no_such_module.so", "No such file or directory"},
       {kModules, "read error: Is a directory"},
+      {folder.write("not_elf.so", "hello\n"), "not an ELF file"},
       {kModules / "host_no_pipl.so", "no .pipl section"},
       {kModules / "host_missing_entry.so", "its entry point 'NotExportedMain' is not exported"},
       {kModules / "host_unresolved_symbol.so",
