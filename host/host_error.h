@@ -1,6 +1,7 @@
 #pragma once
 
 #include <stdexcept>
+#include <utility>
 
 namespace lunaform::host {
 
@@ -17,5 +18,17 @@ class InputError : public HostError {
  public:
   using HostError::HostError;
 };
+
+// Runs `read`, which reads what the user gave: every HostError it throws is the input's fault.
+template <typename Read>
+auto as_input(Read&& read) {
+  try {
+    return std::forward<Read>(read)();
+  } catch (const InputError&) {
+    throw;
+  } catch (const HostError& problem) {
+    throw InputError(problem.what());
+  }
+}
 
 }  // namespace lunaform::host

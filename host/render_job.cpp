@@ -31,13 +31,7 @@ LayerSize effect_layer_size(const Composition& comp) {
 }  // namespace
 
 RenderJob RenderJob::plan(const RenderOptions& options) {
-  try {
-    return plan_checked(options);
-  } catch (const InputError&) {
-    throw;
-  } catch (const HostError& problem) {
-    throw InputError(problem.what());
-  }
+  return as_input([&] { return plan_checked(options); });
 }
 
 RenderJob RenderJob::plan_checked(const RenderOptions& options) {
@@ -91,11 +85,7 @@ void RenderJob::prepare(EffectHost& host, const std::filesystem::path& module) c
   require_success(host.sequence_setup(), module_command("sequence setup", module));
   Composition composition = default_composition();
   if (scene_) {
-    try {
-      composition = scene_->composition_for(host.params());
-    } catch (const HostError& refused) {
-      throw InputError(refused.what());
-    }
+    composition = as_input([&] { return scene_->composition_for(host.params()); });
   }
   host.set_composition(std::move(composition));
   HostSettings& settings = host.settings();

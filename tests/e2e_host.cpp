@@ -253,7 +253,7 @@ TEST(E2eRenderTool, TheEffectDescribesItselfChecksScenesAndRendersItsDefaultComp
       "bad.json",
       R"({"layers": [{"name": "Sphere", "type": "effect", "params": {"Radiuss": 300}}]})");
   const ToolRun refused = run_render(folder.path(), "--check " + quoted(bad));
-  EXPECT_EQ(std::tuple(refused.exit_code, refused.out), std::tuple(1, ""));
+  EXPECT_EQ(std::tuple(refused.exit_code, refused.out), std::tuple(2, ""));
   EXPECT_THAT(last_line(refused.err),
               HasSubstr("lunaform-render: " + bad.string() +
                         ": /layers/0/params/Radiuss: unknown parameter \"Radiuss\""));

@@ -88,7 +88,7 @@ void print_module_info(const std::filesystem::path& file) {
 // Reads a scene file and applies it to the module's own parameters, as a render would before its
 // first frame: every problem of the file comes out as one line naming the file and the place.
 void check_scene(const std::filesystem::path& scene_path, const std::filesystem::path& file) {
-  const SceneFile scene = SceneFile::load(scene_path);
+  const SceneFile scene = lunaform::host::as_input([&] { return SceneFile::load(scene_path); });
   for (const std::string& warning : scene.warnings()) {
     std::cerr << kProgram << ": warning: " << warning << "\n";
   }
@@ -99,7 +99,8 @@ void check_scene(const std::filesystem::path& scene_path, const std::filesystem:
     require_success(host.global_setup(), module_command("global setup", file));
   }
   require_success(host.params_setup(), module_command("parameter setup", file));
-  lunaform::host::Composition composition = scene.composition_for(host.params());
+  lunaform::host::Composition composition =
+      lunaform::host::as_input([&] { return scene.composition_for(host.params()); });
   const std::string summary = std::to_string(composition.width) + " x " +
                               std::to_string(composition.height) + ", " +
                               std::to_string(composition.layers.size()) + " layers";
