@@ -94,7 +94,7 @@ std::vector<std::byte> native_bytes(const std::vector<double>& stored, OIIO::Typ
   return bytes;
 }
 
-TEST(FootageReader, EveryFormatAndChannelLayoutBecomesStraightFloatRgba) {
+TEST(FootageReader, EveryFormatAndLayoutBecomesStraightFiniteFloatRgba) {
   struct Case {
     const char* file;
     int channels;
@@ -138,10 +138,8 @@ TEST(FootageReader, EveryFormatAndChannelLayoutBecomesStraightFloatRgba) {
   EXPECT_THAT(
       read_footage(png).image.rgba,
       Pointwise(FloatNear(1e-6f), {1.0f, 0.0f, 0.0f, 128 * b, 102 * b, 51 * b, 153 * b, 64 * b}));
-}
 
-TEST(FootageReader, NanAndInfinityAreReplacedWithOneWarningNamingTheFile) {
-  const host_test::TempFolder folder;
+  // NaN and infinity are replaced, with one warning naming the file.
   const float nan = std::numeric_limits<float>::quiet_NaN();
   const float inf = std::numeric_limits<float>::infinity();
   const std::vector<float> dirty = {nan, inf, -inf, 0.5f, 0.25f, nan, 2.0f, 1.0f};
@@ -254,7 +252,7 @@ void put(PixelWorld& world, A_long x, A_long y, const Pixel& pixel) {
   std::memcpy(world.row(y).data() + x * sizeof(Pixel), &pixel, sizeof pixel);
 }
 
-TEST(FrameWriter, EightBitAndFloatWorldsAreStoredAsStraightRgbaWithoutTheRowPadding) {
+TEST(FrameWriter, WorldsAreStoredAsStraightRgbaWithoutTheRowPaddingAndSixteenBitsRescaled) {
   const host_test::TempFolder folder;
   // Host pixels, alpha first; one is fully transparent yet coloured.
   const PF_Pixel8 host[2][3] = {{{255, 10, 20, 30}, {128, 40, 50, 60}, {0, 200, 100, 50}},
@@ -281,12 +279,9 @@ TEST(FrameWriter, EightBitAndFloatWorldsAreStoredAsStraightRgbaWithoutTheRowPadd
                           0.5f, 0.5f, 0.25f, 0.125f, 0.25f));
   EXPECT_EQ(spec.format, OIIO::TypeDesc::FLOAT);
   EXPECT_EQ(spec.channelnames, (std::vector<std::string>{"R", "G", "B", "A"}));
-}
 
-TEST(FrameWriter, SixteenBitValuesAreRescaledFromTheHostWhiteToTheFileWhite) {
-  const host_test::TempFolder folder;
-  // host × 65535 / 32768, rounded by hand; above white stays white.
-  const std::uint16_t host[] = {0, 1, 100, 16384, 32767, 32768, 40000, 65535};
+  // 16 bits: host × 65535 / 32768, rounded by hand; above white stays white.
+  const std::uint16_t host16[] = {0, 1, 100, 16384, 32767, 32768, 40000, 65535};
   const std::uint16_t file[] = {0, 2, 200, 32768, 65533, 65535, 65535, 65535};
   constexpr A_long kCount = 8;
   // Each case in a channel of its own, so a wrong channel order shows as well: pixel i holds
@@ -297,7 +292,7 @@ TEST(FrameWriter, SixteenBitValuesAreRescaledFromTheHostWhiteToTheFileWhite) {
   for (A_long i = 0; i < 2 * kCount; ++i) {
     const A_long x = i % kCount;
     put(world, x, i / kCount,
-        PF_Pixel16{host[at(x - 1)], host[at(x)], host[at(x + 1)], host[at(x + 2)]});
+        PF_Pixel16{host16[at(x - 1)], host16[at(x)], host16[at(x + 1)], host16[at(x + 2)]});
   }
   write_frame(world, folder / "deep.png");
   const std::vector<std::uint16_t> stored = read_stored<std::uint16_t>(folder / "deep.png");

@@ -83,7 +83,7 @@ std::string section_text(const ElfImage& image, const char* name) {
   return std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size());
 }
 
-TEST(ElfSection, FindsTheSectionWithExactlyThatNameAlsoThroughTheExtendedCounts) {
+TEST(ElfSection, FindsTheSectionByExactNameAlsoThroughExtendedCountsAndRefusesDamage) {
   ElfImage image = sample_image();
   EXPECT_EQ(section_text(image, ".pipl"), "PIPL-CONTENTS");
   EXPECT_EQ(section_text(image, ".pip"), "short");
@@ -95,9 +95,8 @@ TEST(ElfSection, FindsTheSectionWithExactlyThatNameAlsoThroughTheExtendedCounts)
   image.header()->e_shnum = 0;
   image.header()->e_shstrndx = SHN_XINDEX;
   EXPECT_EQ(section_text(image, ".pipl"), "PIPL-CONTENTS");
-}
 
-TEST(ElfSection, DamagedImagesAreRefusedWithTheirFault) {
+  // Damaged images are refused with their fault.
   using Damage = std::function<void(ElfImage&)>;
   const std::vector<std::pair<Damage, const char*>> cases = {
       {[](ElfImage& i) { i.bytes.clear(); }, "not an ELF file"},
@@ -127,9 +126,9 @@ TEST(ElfSection, DamagedImagesAreRefusedWithTheirFault) {
        "no .pipl section"},
   };
   for (const auto& [damage, message] : cases) {
-    ElfImage image = sample_image();
-    damage(image);
-    EXPECT_THAT([&] { find_elf_section(image.bytes, ".pipl"); },
+    ElfImage damaged = sample_image();
+    damage(damaged);
+    EXPECT_THAT([&] { find_elf_section(damaged.bytes, ".pipl"); },
                 testing::ThrowsMessage<HostError>(HasSubstr(message)));
   }
 }
