@@ -37,7 +37,10 @@ class RenderJob {
   // or --region text, a downsample below 1, an output type that cannot hold the bit depth, an
   // output that needs a frame-number placeholder (several frames) and has none, a scene that
   // cannot be read, frames outside the composition, a region outside the downsampled layer,
-  // an output folder that cannot be written. All of these are InputErrors.
+  // an output folder that cannot be written. All of these are InputErrors. A frame whose image
+  // alone needs more memory than the system has available (or the address-space limit leaves)
+  // is refused with a HostError that says how much it needs and how to make it smaller: not an
+  // InputError, since the same job may fit another machine.
   static RenderJob plan(const RenderOptions& options);
 
   // The frames asked for, and those of them this job renders (all, or its chunk's), in order.
@@ -60,6 +63,7 @@ class RenderJob {
 
  private:
   static RenderJob plan_checked(const RenderOptions& options);
+  void check_memory() const;
 
   std::optional<SceneFile> scene_;
   std::filesystem::path output_;
@@ -68,6 +72,7 @@ class RenderJob {
   int bits_per_channel_ = 8;
   int downsample_ = 1;
   std::optional<PF_LRect> region_;
+  LayerSize frame_size_;  // of each written image: the region's, else the downsampled layer's
   std::vector<std::string> warnings_;
 };
 

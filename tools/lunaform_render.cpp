@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <utility>
@@ -435,6 +436,11 @@ int main(int argc, char** argv) {
   } catch (const lunaform::host::InputError& error) {
     std::cerr << kProgram << ": " << error.what() << "\n";
     return kBadInput;
+  } catch (const std::bad_alloc&) {
+    std::cerr << kProgram
+              << ": ran out of memory (a render takes less with --downsample, with --region or "
+                 "with fewer bits per channel, --bpc)\n";
+    return kRenderFailed;
   } catch (const std::exception& error) {
     // HostError carries one line meant for the user; anything else (memory, the file system)
     // is reported the same way rather than ending the process abruptly.
