@@ -62,8 +62,13 @@ bool load_gl_entry_points() {
 GlContext::GlContext() {
   display_ = shared_display();
   // The API choice is per thread, so it is made on the thread that will own the context.
-  if (display_ == EGL_NO_DISPLAY || !eglBindAPI(EGL_OPENGL_API)) {
-    throw std::runtime_error("failed to create context");
+  if (display_ == EGL_NO_DISPLAY) {
+    throw std::runtime_error(
+        "failed to create context: EGL found no display to render on (neither Mesa's "
+        "surfaceless platform nor a device)");
+  }
+  if (!eglBindAPI(EGL_OPENGL_API)) {
+    throw std::runtime_error("failed to create context: this EGL does not offer OpenGL");
   }
   const EGLint attributes[] = {EGL_CONTEXT_MAJOR_VERSION,
                                4,

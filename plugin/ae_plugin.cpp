@@ -107,11 +107,20 @@ void AePlugin::global_setup(CommandContext& context) {
   std::fputs(banner.c_str(), stderr);
   std::fflush(stderr);
 
-  // The AEGP layer knows the module by this id in every stream and effect call.
-  aegp_plugin_id = 0;
-  suites.get<AEGP_UtilitySuite4>().AEGP_RegisterWithAEGP(nullptr, product::kName, &aegp_plugin_id);
+  try {
+    // The AEGP layer knows the module by this id in every stream and effect call.
+    aegp_plugin_id = 0;
+    suites.get<AEGP_UtilitySuite4>().AEGP_RegisterWithAEGP(nullptr, product::kName,
+                                                           &aegp_plugin_id);
 
-  host_window = host_main_window(context.in_data);
+    host_window = host_main_window(context.in_data);
 
-  on_global_setup(context);
+    on_global_setup(context);
+  } catch (...) {
+    // Without a display the failure's popup goes to standard error too, and would otherwise
+    // continue the banner's line.
+    std::fputc('\n', stderr);
+    std::fflush(stderr);
+    throw;
+  }
 }
