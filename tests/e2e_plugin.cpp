@@ -22,8 +22,6 @@
 
 #include "host/composition.h"
 #include "host/effect_host.h"
-#include "host/elf_section.h"
-#include "host/file_bytes.h"
 #include "host/module.h"
 #include "platform/debug_output.h"
 #include "plugin/ae_plugin_connection.h"
@@ -57,46 +55,7 @@ constexpr std::uint32_t kOutFlags = (1u << 15) | (1u << 25) | (1u << 26);
 // 3D camera (1), 3D lights (2), groups start collapsed (3), smart render (10), float colour (12).
 constexpr std::uint32_t kOutFlags2 = (1u << 1) | (1u << 2) | (1u << 3) | (1u << 10) | (1u << 12);
 
-// The effect's PiPL as a Windows resource compiler lays it out: u16 version 1, u32 reserved,
-// u32 count, then per property the vendor "8BIM" and the key stored byte-reversed, u32 id 0,
-// the value's length padded to four bytes, the value and its padding; little-endian numbers.
-std::vector<std::uint8_t> expected_pipl() {
-  std::vector<std::uint8_t> pipl = {1, 0, 0, 0, 0, 0, 12, 0, 0, 0};
-  const auto u32 = [](std::uint32_t v) {
-    return std::vector<std::uint8_t>{std::uint8_t(v), std::uint8_t(v >> 8), std::uint8_t(v >> 16),
-                                     std::uint8_t(v >> 24)};
-  };
-  const auto pascal = [](std::string_view text) {
-    std::vector<std::uint8_t> bytes{std::uint8_t(text.size())};
-    bytes.insert(bytes.end(), text.begin(), text.end());
-    return bytes;
-  };
-  const auto property = [&](std::string_view key, std::vector<std::uint8_t> value) {
-    for (const std::string_view code : {std::string_view("8BIM"), key}) {
-      pipl.insert(pipl.end(), code.rbegin(), code.rend());
-    }
-    value.resize((value.size() + 3) / 4 * 4, 0);
-    for (const std::vector<std::uint8_t>& part :
-         {u32(0), u32(std::uint32_t(value.size())), value}) {
-      pipl.insert(pipl.end(), part.begin(), part.end());
-    }
-  };
-  property("kind", {'T', 'K', 'F', 'e'});
-  property("name", pascal("Lunaform"));
-  property("catg", pascal("Brightmoor"));
-  property("8664", {'P', 'l', 'u', 'g', 'i', 'n', 'M', 'a', 'i', 'n', 0});
-  property("eVER", u32(kPackedVersion));
-  property("ePVR", u32(2));
-  property("eSVR", {13, 0, 9, 0});
-  property("eINF", {0, 0});
-  property("eGLO", u32(kOutFlags));
-  property("eGL2", u32(kOutFlags2));
-  property("eMNA", pascal("BRIGHTMOOR Sphere"));
-  property("aeFL", u32(0));
-  return pipl;
-}
-
-TEST(E2ePluginEntry, TheModuleFileExportsTwoEntryPointsAndCarriesThePiplByteForByte) {
+TEST(E2ePluginEntry, TheModuleFileExportsTwoEntryPointsAndCarriesTheEffectsPipl) {
   const ShellRun symbols =
       run_shell_command(std::string("nm -D --defined-only ") + LUNAFORM_MODULE_PATH);
   ASSERT_EQ(symbols.exit_code, 0);
@@ -118,12 +77,21 @@ TEST(E2ePluginEntry, TheModuleFileExportsTwoEntryPointsAndCarriesThePiplByteForB
   EXPECT_THAT(version, ElementsAre(1u, 0u, 2u, 66u));
   dlclose(handle);
 
-  const auto file = lunaform::host::read_file_bytes(LUNAFORM_MODULE_PATH);
-  std::vector<std::uint8_t> stored;
-  for (const std::byte b : lunaform::host::find_elf_section(file, ".pipl")) {
-    stored.push_back(std::to_integer<std::uint8_t>(b));
+  // The PiPL as the host decodes it, its properties in the order the resource lists them.
+  const lunaform::host::Pipl pipl = lunaform::host::Module::load(LUNAFORM_MODULE_PATH).pipl();
+  std::string keys;
+  for (const lunaform::host::PiplProperty& property : pipl.properties) {
+    keys += property.vendor + property.key + " ";
   }
-  EXPECT_EQ(stored, expected_pipl());
+  EXPECT_EQ(keys,
+            "8BIMkind 8BIMname 8BIMcatg 8BIM8664 8BIMeVER 8BIMePVR 8BIMeSVR 8BIMeINF "
+            "8BIMeGLO 8BIMeGL2 8BIMeMNA 8BIMaeFL ");
+  EXPECT_EQ(std::tuple(pipl.kind, pipl.name, pipl.category, pipl.entry_point, pipl.match_name),
+            std::tuple("eFKT", "Lunaform", "Brightmoor", "PluginMain", "BRIGHTMOOR Sphere"));
+  EXPECT_EQ(
+      std::tuple(pipl.version, pipl.pipl_version, pipl.spec_version_major, pipl.spec_version_minor,
+                 pipl.info_flags, pipl.global_out_flags, pipl.global_out_flags_2, pipl.ae_flags),
+      std::tuple(kPackedVersion, 2u, 13u, 9u, 0u, kOutFlags, kOutFlags2, 0u));
 }
 
 TEST(E2ePluginEntry, EveryLifecycleCommandSucceedsAndGivesBackEverySuiteItTook) {
@@ -158,12 +126,10 @@ TEST(E2ePluginEntry, EveryLifecycleCommandSucceedsAndGivesBackEverySuiteItTook) 
   const std::string refused =
       "Lunaform Exception: Lunaform received a command before its global setup.\n";
   EXPECT_EQ(error_output.take(), refused + refused + "## Lunaform 1.0.2 (66)");
-  // What the module declares at run time is what its PiPL promised.
+  // What the module declares at run time is what its PiPL promises.
   EXPECT_EQ(std::tuple(host.out_data().my_version, std::uint32_t(host.out_data().out_flags),
                        std::uint32_t(host.out_data().out_flags2)),
             std::tuple(kPackedVersion, kOutFlags, kOutFlags2));
-  EXPECT_EQ(std::tuple(module.pipl().version, module.pipl().global_out_flags),
-            std::tuple(kPackedVersion, kOutFlags));
   EXPECT_THAT(host.aegp_registrations(), testing::ElementsAre(testing::Field(
                                              &lunaform::host::AegpRegistration::name, "Lunaform")));
   command("parameter setup", [&] { return host.params_setup(); });

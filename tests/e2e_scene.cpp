@@ -30,6 +30,15 @@ using e2e_plugin::entry_for;
 using e2e_plugin::plugin_in;
 using e2e_plugin::set_up_instance;
 using e2e_plugin::sphere_composition;
+using lunaform::host::Color;
+using lunaform::host::Composition;
+using lunaform::host::Layer;
+using lunaform::host::LayerRef;
+using lunaform::host::LightLayer;
+using lunaform::host::LightType;
+using lunaform::host::SolidLayer;
+using lunaform::host::Vec3;
+using Keys = lunaform::host::Animated<Vec3>;
 
 // One renderer operation with copies of what it was given, and the host's current time (the
 // in-data's) when it was called.
@@ -49,12 +58,12 @@ struct Operation {
   int width = 0, height = 0;             // make_normal_map
   unsigned int result = 0;               // the name a texture operation made
 };
+using K = Operation::Kind;
 
 // Stands in for the render thread: records every operation and makes up texture names (each
 // operation that makes a texture returns a new one, counting from 1001).
 class RecordingClient {
  public:
-  using K = Operation::Kind;
   RecordingClient(RenderState& state, const PF_InData& in_data, unsigned int& next_texture)
       : state_(state), in_data_(in_data), next_texture_(next_texture) {}
 
@@ -122,8 +131,6 @@ class DebugLines {
           lines_.emplace_back(text);
         })) {}
   ~DebugLines() { hxsdk::set_debug_sink(std::move(previous_)); }
-  DebugLines(const DebugLines&) = delete;
-  DebugLines& operator=(const DebugLines&) = delete;
 
   std::vector<std::string> take() {
     std::lock_guard lock(mutex_);
@@ -156,7 +163,7 @@ Operation only(const std::vector<Operation>& operations, Operation::Kind kind) {
 
 // The RecordingPlugin set up in a host once for a suite (that starts a render thread), and
 // started over before each test.
-class SceneTest : public testing::Test {
+class E2eScene : public testing::Test {
  protected:
   static void SetUpTestSuite() {
     host_ = std::make_unique<lunaform::host::EffectHost>(&entry_for<RecordingPlugin>);
@@ -166,7 +173,7 @@ class SceneTest : public testing::Test {
   // Default settings, no checkout failures, a new instance whose slots hold no textures.
   void SetUp() override { reset(sphere_composition()); }
 
-  static void reset(lunaform::host::Composition comp) {
+  static void reset(Composition comp) {
     host_->settings() = {};
     host_->checkout_failures() = {};
     EXPECT_EQ((std::tuple{host_->sequence_setdown(), host_->sequence_setup()}), std::tuple(0, 0));
@@ -176,7 +183,7 @@ class SceneTest : public testing::Test {
 
   // Pre-renders and renders one frame (of `comp` when given); returns its operations, none
   // when the render failed. Every suite and parameter the frame took is given back.
-  static std::vector<Operation> render(std::optional<lunaform::host::Composition> comp = {}) {
+  static std::vector<Operation> render(std::optional<Composition> comp = {}) {
     if (comp) {
       host_->set_composition(std::move(*comp));
     }
@@ -188,19 +195,17 @@ class SceneTest : public testing::Test {
     return plugin().frames.size() == before ? std::vector<Operation>{} : plugin().frames.back();
   }
 
+  // The drawn scene of one frame with the given parameter values, all of which the effect takes.
+  static scene_parameters drawn(const std::map<std::string, lunaform::host::ParamValue>& values) {
+    Composition comp = sphere_composition();
+    effect_of(comp).params = values;
+    host_->set_composition(comp);
+    EXPECT_TRUE(host_->effect_param_mismatches().empty());
+    return only(render(), K::draw).scene;
+  }
+
   static inline std::unique_ptr<lunaform::host::EffectHost> host_;
 };
-
-using K = Operation::Kind;
-using lunaform::host::Color;
-using lunaform::host::Composition;
-using lunaform::host::Layer;
-using lunaform::host::LayerRef;
-using lunaform::host::LightLayer;
-using lunaform::host::LightType;
-using lunaform::host::SolidLayer;
-using lunaform::host::Vec3;
-using Keys = lunaform::host::Animated<Vec3>;
 
 constexpr double kPi = 3.14159265358979323846;
 constexpr A_long kFrameTen = 10 * 120;  // the host's time step is 120 at 30 frames per second
@@ -211,10 +216,6 @@ void expect_vec4(const hxsdk::vec4& actual, std::array<double, 4> expected, cons
   for (int i = 0; i < 4; ++i) {
     EXPECT_NEAR(got[i], expected[i], tolerance) << what << ", component " << i;
   }
-}
-
-auto& params_of(Composition& comp) {
-  return effect_of(comp).params;
 }
 
 // `from` at the start of frame 10, `to` at the start of frame 11.
@@ -249,11 +250,9 @@ Layer point_light(const std::string& name, const Vec3& position) {
   return layer;
 }
 
-class E2eSceneCamera : public SceneTest {};
-
 // The expectation is the host's own projection of the composition's camera, a pinhole camera
 // of its own, written and tested apart from the effect's.
-TEST_F(E2eSceneCamera, WorldPointsLandWhereTheHostsCameraPutsThemInEveryOutputBuffer) {
+TEST_F(E2eScene, WorldPointsLandWhereTheHostsCameraPutsThemInEveryOutputBuffer) {
   // A camera layer at (300, -200, -1500) looking at (1100, 600, 400), or the default camera.
   Composition with_camera = sphere_composition();
   Layer camera{.name = "Camera", .content = lunaform::host::CameraLayer{1800}};
@@ -284,25 +283,24 @@ TEST_F(E2eSceneCamera, WorldPointsLandWhereTheHostsCameraPutsThemInEveryOutputBu
   }
 }
 
-TEST_F(E2eSceneCamera, WidePixelsAreMadeSquareForTheSphereAndTheLights) {
+TEST_F(E2eScene, WidePixelsAreMadeSquareForTheSphereAndTheLights) {
   Composition comp = sphere_composition();
   comp.layers.push_back(point_light("Point", {100, 50, -200}));
   comp.pixel_aspect = effect_of(comp).pixel_aspect = {2, 1};
-  params_of(comp) = {{"Position", Vec3{480, 270, 100}}, {"Radius", 150.0}, {"Rotation X", 90.0}};
+  effect_of(comp).params = {
+      {"Position", Vec3{480, 270, 100}}, {"Radius", 150.0}, {"Rotation X", 90.0}};
   host_->settings().downsample_x = host_->settings().downsample_y = {1, 2};
   const auto ops = render(comp);
-  const scene_parameters drawn = only(ops, K::draw).scene;
+  const scene_parameters sphere = only(ops, K::draw).scene;
   // Layer pixels (480, 270, 100) and the light's (100, 50, -200), x twice as wide.
-  expect_vec4(drawn.position, {960, 270, 100, 0}, "sphere position");
+  expect_vec4(sphere.position, {960, 270, 100, 0}, "sphere position");
   expect_vec4(only(ops, K::set_lights).lights.at(0).position, {200, 50, -200, 0}, "light position");
-  EXPECT_FLOAT_EQ(drawn.radius, 150.0f);
+  EXPECT_FLOAT_EQ(sphere.radius, 150.0f);
   // A quarter turn about x: (sin 45°, 0, 0, cos 45°).
-  expect_vec4(drawn.orientation, {std::sqrt(0.5), 0, 0, std::sqrt(0.5)}, "orientation");
+  expect_vec4(sphere.orientation, {std::sqrt(0.5), 0, 0, std::sqrt(0.5)}, "orientation");
 }
 
-class E2eSceneLights : public SceneTest {};
-
-TEST_F(E2eSceneLights, TheDefaultPairLightsTheSphereOnlyWhenAskedAndNoLightIsLive) {
+TEST_F(E2eScene, TheDefaultPairLightsTheSphereOnlyWhenAskedAndNoLightIsLive) {
   Layer off = point_light("Off", {100, 100, -500});
   off.video_on = false;
   Layer timed = point_light("Timed", {100, 100, -500});
@@ -317,7 +315,7 @@ TEST_F(E2eSceneLights, TheDefaultPairLightsTheSphereOnlyWhenAskedAndNoLightIsLiv
     SCOPED_TRACE(testing::Message() << lights.size() << " at " << time << ", " << default_lights);
     Composition comp = sphere_composition();
     comp.layers.insert(comp.layers.end(), lights.begin(), lights.end());
-    params_of(comp)["Use Default Lights"] = double(default_lights);
+    effect_of(comp).params["Use Default Lights"] = double(default_lights);
     host_->settings().current_time = time;
     const std::vector<light_properties> posted = only(render(comp), K::set_lights).lights;
     if (count >= 0) {
@@ -331,19 +329,7 @@ TEST_F(E2eSceneLights, TheDefaultPairLightsTheSphereOnlyWhenAskedAndNoLightIsLiv
   }
 }
 
-class E2eSceneMaterial : public SceneTest {
- protected:
-  // The drawn scene of one frame with the given parameter values, all of which the effect takes.
-  static scene_parameters drawn(const std::map<std::string, lunaform::host::ParamValue>& values) {
-    Composition comp = sphere_composition();
-    params_of(comp) = values;
-    host_->set_composition(comp);
-    EXPECT_TRUE(host_->effect_param_mismatches().empty());
-    return only(render(), K::draw).scene;
-  }
-};
-
-TEST_F(E2eSceneMaterial, EveryFieldFollowsItsParameter) {
+TEST_F(E2eScene, EveryFieldFollowsItsParameter) {
   using M = material_properties;
   // The parameters that reach a material field as they are, each with a value of its own.
   const std::tuple<const char*, double, float M::*> direct[] = {
@@ -406,19 +392,17 @@ TEST_F(E2eSceneMaterial, EveryFieldFollowsItsParameter) {
             std::tuple(0, 1, 0));
 }
 
-class E2eSceneFrame : public SceneTest {};
-
-TEST_F(E2eSceneFrame, SixMotionBlurSamplesSpreadOverHalfAFrameAndAverageWithTimingLines) {
+TEST_F(E2eScene, SixMotionBlurSamplesSpreadOverHalfAFrameAndAverageWithTimingLines) {
   // The sphere moves 1200 pixels to the right during frame 10, and a light likewise: at k
   // ticks past the frame, x = 100 + 10 k and 10 k.
   Composition comp = sphere_composition();
   Layer moving = point_light("Moving", {0, 0, 0});
   moving.transform.position = across_frame_ten({0, 0, -500}, {1200, 0, -500});
   comp.layers.push_back(moving);
-  params_of(comp) = {{"Position", across_frame_ten({100, 540, 0}, {1300, 540, 0})},
-                     {"Motion Blur", 2.0},  // On
-                     {"Motion Blur Samples", 6.0},
-                     {"Shutter Angle", 180.0}};
+  effect_of(comp).params = {{"Position", across_frame_ten({100, 540, 0}, {1300, 540, 0})},
+                            {"Motion Blur", 2.0},  // On
+                            {"Motion Blur Samples", 6.0},
+                            {"Shutter Angle", 180.0}};
   host_->settings().current_time = kFrameTen;
   DebugLines debug;
   const std::vector<Operation> ops = render(comp);
@@ -462,7 +446,7 @@ TEST_F(E2eSceneFrame, SixMotionBlurSamplesSpreadOverHalfAFrameAndAverageWithTimi
   EXPECT_LE(std::stod(lines[1].substr(8)), std::stod(lines[2].substr(13)));
 }
 
-TEST_F(E2eSceneFrame, CompSettingsFollowTheCompositionAndLayerSwitchesAndShutter) {
+TEST_F(E2eScene, CompSettingsFollowTheCompositionAndLayerSwitchesAndShutter) {
   // The popup, the composition's and layer's switches and shutter, the samples' times.
   // clang-format off
   const std::tuple<double, bool, bool, double, std::vector<A_long>> cases[] = {
@@ -476,7 +460,7 @@ TEST_F(E2eSceneFrame, CompSettingsFollowTheCompositionAndLayerSwitchesAndShutter
     comp.motion_blur = comp_blur;
     comp.shutter_angle = shutter;
     comp.layers[0].motion_blur = layer_blur;
-    params_of(comp)["Motion Blur"] = popup;
+    effect_of(comp).params["Motion Blur"] = popup;
     host_->settings().current_time = kFrameTen;
     const std::vector<Operation> draws = of_kind(render(comp), K::draw);
     ASSERT_EQ(draws.size(), offsets.size());
@@ -487,13 +471,13 @@ TEST_F(E2eSceneFrame, CompSettingsFollowTheCompositionAndLayerSwitchesAndShutter
   }
 }
 
-TEST_F(E2eSceneFrame, TheOutputTakesItsGammaFromTheParametersAndRefusesAGammaOfZero) {
+TEST_F(E2eScene, TheOutputTakesItsGammaFromTheParametersAndRefusesAGammaOfZero) {
   Composition comp = sphere_composition();
-  params_of(comp)["Gamma"] = 2.5;
+  effect_of(comp).params["Gamma"] = 2.5;
   EXPECT_FLOAT_EQ(only(render(comp), K::read_output).value, 0.4f);
   // A gamma of 0 has no inverse: the frame is refused with a message naming the parameter,
   // before the output, leaving nothing locked or acquired.
-  params_of(comp)["Gamma"] = 0.0;
+  effect_of(comp).params["Gamma"] = 0.0;
   host_->set_composition(comp);
   const std::size_t frames = plugin().frames.size();
   e2e_plugin::MessageBoxCapture popups;
@@ -513,7 +497,7 @@ Composition with_maps(const std::map<std::string, std::string>& choices) {
   comp.layers.push_back({.name = "Red", .content = SolidLayer{{1, 0, 0, 1}, 64, 32}});
   comp.layers.push_back({.name = "Blue", .content = SolidLayer{{0, 0, 1, 1}, 64, 32}});
   for (const auto& [param, layer] : choices) {
-    params_of(comp)[param] = LayerRef{layer};
+    effect_of(comp).params[param] = LayerRef{layer};
   }
   return comp;
 }
@@ -535,12 +519,10 @@ std::vector<K> texture_work(const std::vector<Operation>& ops,
   return kinds;
 }
 
-class E2eSceneTextures : public SceneTest {};
-
-TEST_F(E2eSceneTextures, ConvertedMapsAreMadeOnceAFrameFromAnUploadThatIsThenDeleted) {
+TEST_F(E2eScene, ConvertedMapsAreMadeOnceAFrameFromAnUploadThatIsThenDeleted) {
   Composition comp = with_maps({{"Bump Map Layer", "Red"}, {"Environment Layer", "Blue"}});
-  params_of(comp)["Motion Blur"] = 2.0;
-  params_of(comp)["Motion Blur Samples"] = 6.0;
+  effect_of(comp).params["Motion Blur"] = 2.0;
+  effect_of(comp).params["Motion Blur Samples"] = 6.0;
   DebugLines debug;
   std::vector<Operation> work;
   const std::vector<Operation> ops = render(comp);
@@ -569,17 +551,16 @@ TEST_F(E2eSceneTextures, ConvertedMapsAreMadeOnceAFrameFromAnUploadThatIsThenDel
   }
   EXPECT_EQ(loads, (std::vector<std::string>{"Load Layer 508", "Load Layer 517"}));
   // With "Use Normal Map" on the bump layer is taken as it is; off again, converted again.
-  params_of(host_->composition())["Use Normal Map"] = 1.0;
+  effect_of(host_->composition()).params["Use Normal Map"] = 1.0;
   std::vector<Operation> plain;
   ASSERT_EQ(texture_work(render(), &plain), (std::vector<K>{K::delete_texture, K::upload_texture}));
   EXPECT_EQ(plain[0].texture, work[1].result);
-  params_of(host_->composition())["Use Normal Map"] = 0.0;
+  effect_of(host_->composition()).params["Use Normal Map"] = 0.0;
   EXPECT_EQ(texture_work(render()), (std::vector<K>{K::delete_texture, K::upload_texture,
                                                     K::make_normal_map, K::delete_texture}));
 }
 
-TEST_F(E2eSceneTextures,
-       AFailedCheckoutOrAFlattenedInstanceLeavesTheMapsOutWithoutFailingTheFrame) {
+TEST_F(E2eScene, AFailedCheckoutOrAFlattenedInstanceLeavesTheMapsOutWithoutFailingTheFrame) {
   host_->checkout_failures().layer_pixels[502] = PF_Err_OUT_OF_MEMORY;
   std::vector<Operation> ops =
       render(with_maps({{"Diffuse Layer", "Red"}, {"Illumination Layer", "Blue"}}));
