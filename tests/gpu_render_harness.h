@@ -23,7 +23,7 @@
 #include "tests/gpu_shading_reference.h"
 
 // Drives the real renderer through frames as the frame render command does, into host-style
-// buffers owned here; float map textures through the renderer's own upload path, read back.
+// buffers owned here.
 namespace gpu_render {
 
 namespace ref = shading_reference;
@@ -47,11 +47,8 @@ inline material_properties plain_material() {
   return m;
 }
 
-// A camera in the host's orientation, y down the picture and buffer row 0 at its top: the
-// mesh's outside faces come out clockwise, as the target's front faces are, only when the
-// world-to-window mapping keeps its orientation, as the host's y-down, z-away world does.
-// View rows right, down and -forward; the textbook frustum (near 1, far 100000, fov_y the
-// full vertical angle in degrees).
+// A camera in the host's orientation, y down and buffer row 0 at the top, so that the mesh's
+// outside faces come out clockwise; the textbook frustum (near 1, far 100000, fov_y in degrees).
 inline render_properties look_at_camera(hxsdk::vec4 eye, hxsdk::vec4 target, float fov_y, int width,
                                         int height) {
   const ref::vec3 e = ref::to_vec3(eye);
@@ -86,8 +83,7 @@ struct output_format {
   float gamma = 1.0f;                  // exponent applied to straight colour on output
 };
 
-// The output buffer of one frame, rows row_bytes apart, ARGB pixels, every byte 0xA5 until
-// written (alpha 165 in 8 bits, a tiny negative number in float).
+// The output buffer of one frame, ARGB pixels, every byte 0xA5 until written.
 struct rendered_image {
   rendered_image(int w, int h, const output_format& format)
       : width(w),
@@ -128,8 +124,7 @@ struct rendered_image {
   }
 };
 
-// A suite sharing one render thread with the sphere mesh uploaded: building it costs a GL
-// context, an OpenCL device and the programs.
+// A suite sharing one render thread (a GL context, an OpenCL device, the programs) and mesh.
 class GpuRendererSuite : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
@@ -179,8 +174,7 @@ struct mismatches {
   }
 };
 
-// On the render thread: uploads a width x height float image whose texel (x, y) (row 0
-// first) is texel(x, y) and returns the renderer's texture.
+// On the render thread: the renderer's texture of a float image of texel(x, y), row 0 first.
 inline GLuint upload(Renderer& renderer, int width, int height,
                      const std::function<rgba(int x, int y)>& texel) {
   std::vector<float> argb;
@@ -191,8 +185,7 @@ inline GLuint upload(Renderer& renderer, int width, int height,
   return renderer.upload_texture({width * 16, 4, width, height, argb.data()});
 }
 
-// On the render thread: level `level` of a 2D texture, or of one face of a cube map (face 0
-// to 5 in GL's order), as RGBA floats, rows from t = 0.
+// On the render thread: a level of a 2D texture or of one cube face, as RGBA floats.
 inline std::vector<rgba> read_level(GLenum target, GLuint texture, int level) {
   const GLenum binding = target == GL_TEXTURE_2D ? GL_TEXTURE_2D : GL_TEXTURE_CUBE_MAP;
   glBindTexture(binding, texture);
@@ -215,8 +208,8 @@ inline int live_gl_objects() {
   return count;
 }
 
-// On the render thread: texture `name`'s internal format (+X face for a cube map), the values
-// of `parameters`, and the width of each level from 0 to `last_level`.
+// On the render thread: the internal format (+X face of a cube), `parameters` and the width of
+// each level up to `last_level`.
 inline std::vector<GLint> texture_state(GLenum binding, GLuint name,
                                         std::initializer_list<GLenum> parameters, int last_level) {
   const GLenum image = binding == GL_TEXTURE_2D ? binding : GL_TEXTURE_CUBE_MAP_POSITIVE_X;

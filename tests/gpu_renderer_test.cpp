@@ -1,8 +1,5 @@
-// The renderer on a real EGL context and OpenCL device: construction, bindings, the output
-// transfer into host buffers, the normal maps and environment cubes it makes; and the material
-// program against the CPU reference of the shading, against relations between frames, and
-// where it puts the diffuse map: a pixel against the texel that a projection of its surface
-// point, written here from its definition, names.
+// The renderer on a real EGL context and OpenCL device: construction, the output transfer, the
+// maps it makes, and the material program against a CPU reference and projections written here.
 #include <GL/glew.h>
 #include <gtest/gtest.h>
 
@@ -24,8 +21,7 @@ constexpr double kPi = 3.14159265358979323846;
 
 class GpuRenderer : public gpu_render::GpuRendererSuite {
  protected:
-  // A 256 x 128 map of colour(s, t) at its texel centres, shown as it is (unlit, white,
-  // opaque: the output is the lookup itself); it goes with the suite's context.
+  // A 256 x 128 map of colour(s, t) at its texel centres, shown unlit on white: the lookup itself.
   static material_properties showing_map(ref::rgba (*colour)(double s, double t)) {
     material_properties m = plain_material();
     m.unlit = 1;
@@ -90,12 +86,9 @@ TEST_F(GpuRenderer, MaterialSamplerUnitsAndBlockBindingsAreSetAfterLinking) {
   EXPECT_EQ(units, (std::vector<GLint>{0, 1, 2, 3, 4, 0, 1}));
 }
 
-// Premultiplied colours painted into the sample target go out through the accumulation and
-// the output kernel of each depth as the CPU reference converts them (alpha clamped before
-// the division, none at alpha 0, gamma on colour only, truncation); row padding comes back
-// as zeros. The same size keeps the accumulated image: a third of a sample of nothing leaves
-// two thirds of it (a weight other than 1/2 tells the blend's two factors apart); targets of
-// a new size start empty.
+// Premultiplied colours in the sample target come out as the CPU reference converts them, row
+// padding as zeros. The same size keeps the accumulated image: a third of a sample of nothing
+// leaves two thirds (not 1/2, to tell the blend's factors apart); a new size starts empty.
 TEST_F(GpuRenderer, OutputConversionOfEveryDepthUnpremultipliesClampsAppliesGammaAndPads) {
   const ref::rgba colours[] = {
       {1.0, 1.0, 1.0, 1.0}, {0.25, 0.5, 0.1, 0.5}, {0.36, 0.04, 0.0, 0.0}, {0.5, 0.25, 0.75, 2.0}};
@@ -154,12 +147,9 @@ TEST_F(GpuRenderer, OutputConversionOfEveryDepthUnpremultipliesClampsAppliesGamm
   }
 }
 
-// Normal maps: Sobel gradients of the mean of red, green and blue over the downsampling,
-// encoded as (n + 1) / 2, n = normalize(-gx, -gy, 0.5); a ramp of s per texel gives 8 s (4 s
-// at the clamped ends), gy bottom minus top. Mipmapped, repeating, half float, filtered like
-// the uploaded maps, with nothing left bound.
+// Sobel gradients of the mean of red, green and blue over the downsampling, encoded as (n + 1)
+// / 2, n = normalize(-gx, -gy, 0.5); a ramp of s per texel gives 8 s (4 s at the clamped ends).
 TEST_F(GpuRenderer, NormalMapsHoldTheEncodedSobelNormalOfTheBumps) {
-  // Heights 0.4 + sx x + sy y; a diagonal ramp is compared inside its border only.
   const struct {
     const char* what;
     float downsampling, sx, sy;
@@ -177,7 +167,7 @@ TEST_F(GpuRenderer, NormalMapsHoldTheEncodedSobelNormalOfTheBumps) {
       render_data frame = output.output();
       frame.inv_downsample_x = frame.inv_downsample_y = c.downsampling;
       r.set_output(0, frame);
-      // Grey levels of the height in red, green and blue in different mixes with the same mean.
+      // Heights 0.4 + sx x + sy y in red, green and blue mixes of the same mean.
       const GLuint bump = gpu_render::upload(r, 32, 16, [&](int x, int y) {
         const float h = 0.4f + c.sx * x + c.sy * y;
         return rgba{h * 0.5f, h * 1.5f, h, 0.3f};
@@ -236,8 +226,13 @@ std::array<double, 2> equirectangular_point(ref::vec3 d) {
           std::atan2(d.y, std::hypot(d.x, d.z)) / 3.1415 + 0.5};
 }
 
-// Source 0 makes no cube, no texture or framebuffer, and leaves culling and multisampling on.
-TEST_F(GpuRenderer, SourceZeroMakesNoEnvironmentCubeAndChangesNoState) {
+// Converting is slow, so one image serves every fact: red and green are the texel's u and v,
+// blue is 1 where x > 0, alpha 1. Source 0 makes nothing and leaves culling and multisampling on.
+TEST_F(GpuRenderer, AnEnvironmentCubeShowsEachDirectionBlursLevelByLevelAndMirrorsOnTheSphere) {
+  GLuint cube = 0;
+  GLint left_bound[2] = {-1, -1};  // framebuffer and program after converting
+  std::vector<GLint> state;
+  std::array<std::array<std::vector<rgba>, 6>, 7> levels;  // level, face
   run([&](Renderer& r) {
     glEnable(GL_CULL_FACE);
     glEnable(GL_MULTISAMPLE);
@@ -246,17 +241,6 @@ TEST_F(GpuRenderer, SourceZeroMakesNoEnvironmentCubeAndChangesNoState) {
     EXPECT_EQ(gpu_render::live_gl_objects(), objects_before);
     EXPECT_EQ(glIsEnabled(GL_CULL_FACE) + glIsEnabled(GL_MULTISAMPLE), 2);
     glDisable(GL_CULL_FACE);  // as a new context has it
-  });
-}
-
-// Converting is slow, so one image serves every fact: red and green are the texel's u and v,
-// blue is 1 where x > 0, alpha 1. A half-float 512 mip chain of seven filtered levels.
-TEST_F(GpuRenderer, AnEnvironmentCubeShowsEachDirectionBlursLevelByLevelAndMirrorsOnTheSphere) {
-  GLuint cube = 0;
-  GLint left_bound[2] = {-1, -1};  // framebuffer and program after converting
-  std::vector<GLint> state;
-  std::array<std::array<std::vector<rgba>, 6>, 7> levels;  // level, face
-  run([&](Renderer& r) {
     const GLuint source = gpu_render::upload(r, 1024, 512, [](int x, int y) {
       return rgba{(x + 0.5f) / 1024, (y + 0.5f) / 512, x >= 512 ? 1.0f : 0.0f, 1.0f};
     });
@@ -277,9 +261,8 @@ TEST_F(GpuRenderer, AnEnvironmentCubeShowsEachDirectionBlursLevelByLevelAndMirro
                                        256, 128, 64, 32, 16, 8, 4, 2, 1}));
   EXPECT_EQ(left_bound[0] + left_bound[1], 0);
 
-  // Level 0: texel (i, j) of a face looks where GL's cube face table says (major axis, sc,
-  // tc; s = (sc / |ma| + 1) / 2, t likewise); away from the seam, the poles and the blue edge
-  // it shows that direction's u, v and blue. The +X face's middle looks along +X: u 0.75.
+  // Level 0: texel (i, j) of a face looks where GL's cube face table says; away from the seam,
+  // the poles and the blue edge it shows that direction's u, v and blue.
   int compared = 0;
   for (int face = 0; face < 6; ++face) {
     ASSERT_EQ(levels[0][face].size(), std::size_t{512 * 512});
@@ -309,9 +292,8 @@ TEST_F(GpuRenderer, AnEnvironmentCubeShowsEachDirectionBlursLevelByLevelAndMirro
   }
   EXPECT_NEAR(centre_u, 0.75, 2e-3);
 
-  // Linear filtering with symmetric lobes: in blue, mirror images across x = 0 sum to 1 and
-  // the bright side spreads further with every level (on the +Z face's middle row, 14 degrees
-  // either side of x = 0). Alpha stays 1 everywhere: each level's weights sum to 1.
+  // Symmetric lobes: in blue, mirror images across x = 0 sum to 1 and the bright side spreads
+  // further with every level; alpha stays 1 (each level's weights sum to 1).
   double previous_bright = 1.0;
   for (int level = 0; level <= 6; ++level) {
     for (int face = 0; face < 6; ++face) {
@@ -331,10 +313,8 @@ TEST_F(GpuRenderer, AnEnvironmentCubeShowsEachDirectionBlursLevelByLevelAndMirro
   }
   EXPECT_LT(previous_bright, 0.85) << "the roughest level is barely blurred";
 
-  // A perfect mirror shows the environment where the eye ray reflects to, after the
-  // environment's rotation (half a turn about y maps (x, y, z) to (-x, y, -z)); compared away
-  // from the seam (filtering mixes both ends of u) and the poles (u turns faster than the
-  // mesh's normals are exact), within the half floats of the resampled faces.
+  // A perfect mirror shows where the eye ray reflects to, after the environment's rotation
+  // (half a turn about y negates x and z); away from the seam and the poles.
   for (const double turn : {1.0, -1.0}) {
     ref::sphere_scene scene{96, 80};
     scene.camera = gpu_render::look_at_camera({60.0f, -40.0f, -420.0f, 0.0f}, {}, 30.0f, 96, 80);
@@ -377,11 +357,8 @@ TEST_F(GpuRenderer, AnEnvironmentCubeShowsEachDirectionBlursLevelByLevelAndMirro
 
 // --- The material program ---
 
-// How far a GPU value may be from the reference. The frequency-40 geodesic mesh lies up to
-// 1.3e-4 radii inside the sphere and its normals are a few 1e-4 radians off; away from
-// grazing views (V.Nf >= 0.15) that moves a shading normal by at most ~1e-3 radians. Diffuse,
-// fresnel and edge terms change by at most ~2 per radian, hence 2e-3; the narrowest highlight
-// here (alpha ~ 0.03) by ~1 %, hence 1e-2 relative. A wrong formula moves pixels by 5 % or more.
+// The mesh's normals are ~1e-3 radians off away from grazing views; diffuse, fresnel and edge
+// terms move ~2 per radian, the narrowest highlight ~1 %. Wrong formulas move pixels 5 % or more.
 constexpr double kAbsoluteTolerance = 2e-3;
 constexpr double kRelativeTolerance = 1e-2;
 
@@ -403,9 +380,8 @@ light_properties light(int type, hxsdk::vec4 color, hxsdk::vec4 position = {},
   return {position, direction, color, type, 0, 0.0f, cone_angle, cone_feather};
 }
 
-// World y points down: the sun comes from the upper left and front; the near light is 1.6
-// radii up, left and in front, a spot there aimed off the centre so that its axis and edge
-// both fall on the visible side.
+// World y points down: the sun from the upper left and front; a spot near the sphere aimed off
+// its centre so that its axis and edge both fall on the visible side.
 const hxsdk::vec4 kWarmWhite{1.0f, 0.95f, 0.9f, 1.0f};
 const light_properties kSun = light(kLightParallel, kWarmWhite, {}, {0.5f, 0.6f, 0.62f, 0.0f});
 const light_properties kDimAmbient = light(kLightAmbient, {0.1f, 0.1f, 0.1f, 1.0f});
@@ -526,11 +502,8 @@ TEST_F(GpuRenderer, EveryPixelClearOfEdgesMatchesTheCpuShading) {
   }
 }
 
-// Multisampled shading may be evaluated at the samples (up to 3/8 pixel off centre; a pixel
-// spans ~0.017 radians) and averaged: symmetric patterns cancel first-order changes but not
-// the terminator's kink, 0.5 x 0.375 x 0.017 x 0.9 ~ 3e-3 at most, hence 6e-3. Coverage
-// errors along the silhouette (~360 pixels) largely cancel: 1 % of the ~10000 pixels' area
-// is far outside them. Each sample count must take effect at the same output size.
+// Shading at the samples (3/8 pixel off centre) moves the terminator's kink by ~3e-3, hence 6e-3;
+// silhouette coverage errors largely cancel. Each count must take effect at the same size.
 TEST_F(GpuRenderer, MultisamplingSmoothsOnlyTheSilhouetteAndKeepsTheInterior) {
   const ref::sphere_scene scene = scene_of(plain_material());
   double area = 0.0;  // of the analytic sphere, sampled on an 8 x 8 grid in each pixel
@@ -559,7 +532,6 @@ TEST_F(GpuRenderer, MultisamplingSmoothsOnlyTheSilhouetteAndKeepsTheInterior) {
         interior_differing += std::abs(got[c] - want[c]) > 6e-3 + kRelativeTolerance * want[c];
       }
     }
-    // Partial coverage, only at the silhouette and only with samples.
     EXPECT_EQ(interior_differing, 0) << samples << " samples";
     EXPECT_EQ(fractional > 0, samples > 0) << samples << " samples";
     EXPECT_NEAR(multi_area, area, 0.01 * area) << samples << " samples";
@@ -568,14 +540,12 @@ TEST_F(GpuRenderer, MultisamplingSmoothsOnlyTheSilhouetteAndKeepsTheInterior) {
 
 // --- The projections ---
 
-// One fetch of a map and its share of the value: s along the rows, t down them (0 at the
-// first row uploaded), as the projection made them, before the wrap folds them.
+// One fetch of a map and its share of the value, before the wrap folds s and t.
 struct map_fetch {
   double weight, s, t;
 };
 
-// The spherical projection of a model direction: u turns once around y, wrapping from 1 to 0
-// on the half-plane x = 0, z > 0; v runs from 0 at -y to 1 at +y.
+// u turns once around y, wrapping from 1 to 0 at x = 0, z > 0; v runs from 0 at -y to 1 at +y.
 std::array<double, 2> spherical_coordinates(vec3 direction) {
   const vec3 d = normalize(direction);
   return {-std::atan2(-d.x, -d.z) / (2.0 * kPi) + 0.5,
@@ -596,9 +566,8 @@ map_fetch planar(const material_properties& m, double a, double b) {
   return {1.0, f.s + 0.5, f.t + 0.5};
 }
 
-// The fetches of a colour map at the unit-sphere point p. The spherical projection turns
-// the map about its centre; the box makes one per model axis, from the face p points to:
-// positive faces read p with x negated, negative ones with z negated.
+// The fetches of a colour map at the unit-sphere point p; the box makes one per model axis,
+// positive faces reading p with x negated, negative ones with z negated.
 std::vector<map_fetch> colour_map_fetches(const material_properties& m, vec3 p) {
   switch (m.uv_type) {
     case 1: {
@@ -607,8 +576,7 @@ std::vector<map_fetch> colour_map_fetches(const material_properties& m, vec3 p) 
       return {{1.0, f.s + 0.5 * m.uv_repeat.x, f.t + 0.5 * m.uv_repeat.y}};
     }
     case 2: {
-      // Weights |n| (at least 1e-5) raised to (1 - f)^2 64 + 1, summing to 1: 1 for the
-      // softest blend (feathering f = 1), 65 for the hardest (f = 0).
+      // Weights |n| (at least 1e-5) raised to (1 - f)^2 64 + 1, summing to 1.
       const std::array<double, 3> n = {p.x, p.y, p.z};
       const double exponent = (1.0 - m.uv_feathering) * (1.0 - m.uv_feathering) * 64.0 + 1.0;
       std::array<double, 3> w{};
@@ -649,12 +617,8 @@ double wrapped(double coordinate, int uv_mode) {
 ref::rgba cell_colour(int column, int row) {
   return {(column + 0.5) / 8, (row + 0.5) / 4, ((3 * column + row) % 5 + 0.5) / 5.0, 1.0};
 }
-ref::rgba cell_map_value(double s, double t) {
-  return cell_colour(int(s * 8), int(t * 4));
-}
 
-// Smooth, both ends of each row alike, with detail down the map so that a coarse mip level
-// differs from the texels around it; the bilinear lookup matches it to within 0.002.
+// Smooth, both ends of each row alike, detailed enough down the map that a coarse mip differs.
 ref::rgba smooth_map_value(double s, double t) {
   return {0.5 + 0.4 * std::sin(8.0 * kPi * t), 0.5 + 0.3 * std::cos(2.0 * kPi * s), 0.5, 1.0};
 }
@@ -674,10 +638,8 @@ std::pair<int, int> cell_of(const map_fetch& f, int uv_mode) {
           std::clamp(int(std::floor(wrapped(f.t, uv_mode) * 4)), 0, 3)};
 }
 
-// The colour the cell map gives pixel (x, y), unless the pixel is no fair witness: seen obliquely,
-// a fetch that matters (1e-3) within 15 % of a cell border, or the surface two pixels away
-// diagonally (which filtering reads) in other cells or with box weights 0.2 apart. Inside a cell
-// every mip level holds the cell's colour.
+// The colour the cell map gives pixel (x, y), unless seen obliquely, near a cell border, or with
+// the surface two pixels away diagonally (which filtering reads) in other cells.
 std::optional<ref::rgba> expected_cell_pixel(const ref::sphere_scene& scene, int x, int y) {
   const material_properties& m = scene.material;
   const std::optional<ref::surface_fragment> centre = front_point(scene, x + 0.5, y + 0.5, 0.3);
@@ -715,11 +677,10 @@ std::optional<ref::rgba> expected_cell_pixel(const ref::sphere_scene& scene, int
   return ref::rgba{std::pow(colour.r, g), std::pow(colour.g, g), std::pow(colour.b, g), 1.0};
 }
 
-// Cells differ by 0.125 in red or 0.25 in green: a fetch from another cell misses by far more
-// than 0.01; the box weights move by less than 0.005 with the mesh's normal error.
+// A fetch from another cell misses by 0.125 or more; box weights move < 0.005 with mesh error.
 TEST_F(GpuRenderer, EveryProjectionPutsTheCellTheCpuNamesUnderEachPixel) {
-  const material_properties cells = showing_map(cell_map_value);
-  // The map's placement: uv type and mode, repeat, offset, rotation, box feathering, gamma.
+  const material_properties cells =
+      showing_map([](double s, double t) { return cell_colour(int(s * 8), int(t * 4)); });
   struct placement {
     int type = 1, mode = 1;
     hxsdk::vec2 repeat{1.0f, 1.0f}, offset{0.0f, 0.0f};
@@ -762,7 +723,7 @@ TEST_F(GpuRenderer, EveryProjectionPutsTheCellTheCpuNamesUnderEachPixel) {
     int compared = 0;
     gpu_render::mismatches wrong;
     std::set<std::pair<long, long>> colours;  // red and green, to 0.01
-    // A quarter of the pixels, staggered: every cell (14 pixels or more) keeps witnesses.
+    // A quarter of the pixels, staggered.
     for (int y = 0; y < kSize; y += 2) {
       for (int x = (y / 2) % 2; x < kSize; x += 2) {
         const auto e = expected_cell_pixel(scene, x, y);
@@ -788,9 +749,7 @@ TEST_F(GpuRenderer, EveryProjectionPutsTheCellTheCpuNamesUnderEachPixel) {
 }
 
 // Where u wraps from 1 to 0, derivatives taken from u would pick the smallest mip level and
-// draw a line of the map's average colour. With the seam facing the camera, in each row where
-// it crosses clear of the poles and the silhouette, the pixels whose quads may span it (2
-// either side) show the map at their coordinates.
+// draw a line of the map's average colour: pixels whose quads may span the seam show the map.
 TEST_F(GpuRenderer, SphericalSeamPixelsShowTheMapLikeTheirNeighbours) {
   const material_properties smooth = showing_map(smooth_map_value);
   for (const int mode : {1, 2}) {
@@ -807,8 +766,7 @@ TEST_F(GpuRenderer, SphericalSeamPixelsShowTheMapLikeTheirNeighbours) {
         }
       }
       for (int xs = 2; xs + 4 < kSize; ++xs) {
-        // The crossing: u jumps by more than a half between xs and xs + 1, clear of the
-        // poles and the silhouette.
+        // The crossing: u jumps by more than a half, clear of the poles and the silhouette.
         bool crossing = uv[xs] && uv[xs + 1] && std::abs((*uv[xs + 1])[0] - (*uv[xs])[0]) > 0.5;
         for (int x = xs - 2; crossing && x <= xs + 3; ++x) {
           crossing = uv[x] && std::abs((*uv[x])[1] - 0.5) < 0.35;

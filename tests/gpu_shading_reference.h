@@ -11,9 +11,8 @@
 #include "scene/math3d.h"
 #include "scene/render_properties.h"
 
-// A second, CPU-side rendition of the sphere's shading for the GPU pixel tests: a ray through
-// a pixel centre meets an analytic sphere, shaded in double precision by the formulas written
-// out again from their definitions (no maps); nothing here shares code with the renderer.
+// The sphere's shading on the CPU for the GPU pixel tests: a ray through a pixel centre meets an
+// analytic sphere, shaded in double precision from the formulas' definitions (no maps).
 namespace shading_reference {
 
 struct vec3 {
@@ -43,8 +42,7 @@ struct argb {
   double a = 0.0, r = 0.0, g = 0.0, b = 0.0;
 };
 
-// One frame: size, a perspective camera (eye_position its centre of projection), the unit
-// sphere's placement (translation, rotation, uniform scale), material and lights.
+// One frame: size, a perspective camera, the unit sphere's placement, material and lights.
 struct sphere_scene {
   int width = 0;
   int height = 0;
@@ -77,14 +75,11 @@ inline double to_channel(double v, int bytes_per_channel) {
                                   : v;
 }
 
-// --- Shading formulas, each named after what it computes ---
-
 // min(x, 1) * 2^(1.5 max(0, x - 1)): up to 1 as it is, each further unit times 2^1.5.
 inline double shadow_light_contrast_exponent(double contrast) {
   return std::min(contrast, 1.0) * std::pow(2.0, 1.5 * std::max(0.0, contrast - 1.0));
 }
 
-// cos(cone_angle / 2) with the angle in degrees.
 inline double spot_cone_cos(double cone_angle_degrees) {
   return std::cos(cone_angle_degrees * kPi / 360.0);
 }
@@ -108,10 +103,8 @@ inline double terminator_factor(double nf_dot_l, double clip_lighting) {
   return 1.0 - clamp01(nf_dot_l * -(1.0 / (1.0 - clip_lighting * 0.99)));
 }
 
-// The highlight: D, the GGX distribution with alpha = r'^3, r' the roughness lifted to
-// 0.125..1 so that a mirror is no infinitely thin spike; Gv, Gl, Schlick-GGX visibility as
-// 1 / (x (1 - k) + k), k = alpha / 2, which folds in the 1 / (N.V) and 1 / (N.L) of the
-// Cook-Torrance denominator; D Gv Gl / 4, weighted by N.V (the caller weights by N.L).
+// GGX distribution with alpha = r'^3 (roughness lifted to 0.125..1) times Schlick-GGX
+// visibilities 1 / (x (1 - k) + k), k = alpha / 2, over 4, weighted by N.V (the caller's N.L).
 inline double specular_term(vec3 n, double roughness, double n_dot_l_clamped, vec3 h, vec3 v) {
   const double n_dot_h = std::max(0.0, dot(n, h));
   const double lifted = roughness * 0.875 + 0.125;
@@ -148,8 +141,7 @@ inline double edge_alpha_factor(double v_dot_nf, double edge_feather, double edg
   return clamp01(1.0 - (f - sd) / f);
 }
 
-// The light list as the program receives it: up to 8 slots in list order, and the sum of
-// the ambient colours met before the slots ran out.
+// Up to 8 slots in list order, and the sum of the ambient colours met before they ran out.
 struct packed_lights {
   std::vector<light_properties> slots;
   rgba ambient;
@@ -169,8 +161,6 @@ inline packed_lights pack_light_list(const std::vector<light_properties>& lights
   return packed;
 }
 
-// --- Geometry and the draw ---
-
 // One fragment of the sphere as the fragment stage sees it.
 struct surface_fragment {
   vec3 world_position;
@@ -178,17 +168,15 @@ struct surface_fragment {
   vec3 flat_normal;     // world, unit, turned towards the viewer on the far (inner) side
 };
 
-// Fragments on the ray through one window position: the near side (the outside, facing the
-// eye) and the far side (its inside).
+// Fragments on the ray through one window position: the outside and the inside.
 struct ray_hits {
   std::optional<surface_fragment> front;
   std::optional<surface_fragment> back;
 };
 // Where the ray through window position (wx, wy) meets the sphere, before culling.
 inline ray_hits sphere_hits(const sphere_scene& scene, double wx, double wy) {
-  // The view ray is where the planes clip.x = ndc_x clip.w and clip.y = ndc_y clip.w meet:
-  // from the eye along the cross product of their normals, the way clip.w grows.
-  // hxsdk::mat4 holds column after column, for column vectors; widened to double here.
+  // The view ray is where the planes clip.x = ndc_x clip.w and clip.y = ndc_y clip.w meet,
+  // along the cross product of their normals, the way clip.w grows.
   const auto column = [](const hxsdk::mat4& m, int c) {
     return vec3{m[4 * c], m[4 * c + 1], m[4 * c + 2]};
   };
@@ -205,8 +193,7 @@ inline ray_hits sphere_hits(const sphere_scene& scene, double wx, double wy) {
   vec3 d = normalize(cross(clip_row(0) - clip_row(3) * (2.0 * wx / scene.width - 1.0),
                            clip_row(1) - clip_row(3) * (2.0 * wy / scene.height - 1.0)));
   d = dot(d, clip_row(3)) > 0.0 ? d : d * -1.0;
-  // The model matrix takes the unit sphere to centre c, radius r (a uniform scale L):
-  // |eye + s d - c|^2 = r^2 is a quadratic in s; world point p is model point L^T (p - c) / r^2.
+  // |eye + s d - c|^2 = r^2 for centre c, radius r; the model point is L^T (p - c) / r^2.
   const hxsdk::mat4& model = scene.model_matrix;
   const vec3 c = column(model, 3);
   const double r2 = dot(column(model, 0), column(model, 0));
@@ -285,7 +272,6 @@ inline rgba shade_fragment(const sphere_scene& scene, const surface_fragment& fr
       std::pow(1.0 - t, contrast) * std::max(0.0, 1.0 - std::max(0.0, split));
   const double light_share = std::pow(t, contrast) * std::max(0.0, 1.0 - std::max(0.0, -split));
 
-  // Without a diffuse map D = 1, and without an environment map both environment terms are 0.
   const rgba base = to_rgba(m.model_color);
   rgba c = {base.r * light.diffuse.r, base.g * light.diffuse.g, base.b * light.diffuse.b, 0.0};
   c = c + light.specular + to_rgba(m.illumination_color) * (fresnel * (shadow_share + light_share));
@@ -312,16 +298,14 @@ inline ray_hits drawn_fragments(const sphere_scene& scene, double window_x, doub
   return hits;
 }
 
-// The premultiplied colour the draw leaves in pixel (x, y) (row y of the output buffer), or
-// nothing when no fragment is drawn.
+// The premultiplied colour the draw leaves in pixel (x, y), or nothing when none is drawn.
 inline std::optional<rgba> material_pixel(const sphere_scene& scene, int x, int y) {
   const ray_hits drawn = drawn_fragments(scene, x + 0.5, y + 0.5);
   if (!drawn.front && !drawn.back) {
     return std::nullopt;
   }
-  // The back pass writes into a target cleared to 0; for surface mode All the front pass
-  // blends over it with colour factors (SRC_ALPHA, ONE_MINUS_SRC_ALPHA) and alpha factors
-  // (ONE, ONE_MINUS_SRC_ALPHA): premultiplied colour is multiplied by alpha twice, as in GL.
+  // Surface All blends the front over the back with colour factors (SRC_ALPHA,
+  // ONE_MINUS_SRC_ALPHA): premultiplied colour is multiplied by alpha twice, as in GL.
   const rgba back = drawn.back ? shade_fragment(scene, *drawn.back) : rgba{};
   if (!drawn.front) {
     return back;
@@ -333,9 +317,8 @@ inline std::optional<rgba> material_pixel(const sphere_scene& scene, int x, int 
                    back * (1.0 - front.a);
 }
 
-// True when pixel (x, y) is a pixel away from every abrupt change (silhouette, hemisphere
-// cut, spot cone edge) and sees no drawn surface at a grazing angle: only there do the
-// mesh's facets differ from the sphere by more than a fraction of a pixel.
+// True when pixel (x, y) is a pixel away from every silhouette, hemisphere cut and spot cone
+// edge and sees no surface at a grazing angle, where the mesh's facets differ from the sphere.
 inline bool pixel_is_clear_of_edges(const sphere_scene& scene, int x, int y) {
   constexpr double kMinimumFacing = 0.15;
   const packed_lights packed = pack_light_list(scene.lights);
@@ -369,8 +352,7 @@ inline bool pixel_is_clear_of_edges(const sphere_scene& scene, int x, int y) {
   return true;
 }
 
-// The output kernel's pixel: alpha clamped to 0..1, colour divided by it when positive and
-// raised to gamma, then converted to the buffer's channel type.
+// Alpha clamped to 0..1, colour divided by it when positive and raised to gamma, converted.
 inline argb output_pixel(const rgba& premultiplied, double gamma, int bytes_per_channel) {
   const double a = clamp01(premultiplied.a);
   const double divisor = a > 0.0 ? a : 1.0;
