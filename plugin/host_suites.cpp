@@ -35,3 +35,10 @@ const void* HostSuites::require(std::size_t slot) {
   }
   return suite;
 }
+
+void require_host(A_Err error, const char* function) {
+  if (error != A_Err_NONE) {
+    throw hx_exception(std::string("The host answered ") + function + " with error " +
+                       std::to_string(error) + ".");
+  }
+}

@@ -79,6 +79,10 @@ using ModuleHostSuites =
                   AEGP_CameraSuite2, AEGP_LightSuite2, AEGP_LayerSuite5, AEGP_CompSuite5,
                   AEGP_ItemSuite6, PF_ParamUtilsSuite3>;
 
+// Throws hx_exception naming `function` when the host answered it with an error: what a
+// refused call leaves behind (zeros, null handles) would otherwise make a wrong frame quietly.
+void require_host(A_Err error, const char* function);
+
 // The host's suites for one command. A handler makes one on its stack from the command's
 // in-data and asks it for suites as it needs them: each suite is acquired from the host the
 // first time it is asked for in this cache and released when the cache goes out of scope,

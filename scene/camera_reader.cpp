@@ -15,18 +15,22 @@ host_camera query_camera(const PF_InData& in_data, HostSuites& suites) {
   const A_Time time = composition_time(in_data, suites, std::max<A_long>(0, in_data.current_time));
   const auto& effect = suites.get<AEGP_PFInterfaceSuite1>();
   AEGP_LayerH camera_layer = nullptr;
-  effect.AEGP_GetEffectCamera(in_data.effect_ref, &time, &camera_layer);
+  require_host(effect.AEGP_GetEffectCamera(in_data.effect_ref, &time, &camera_layer),
+               "AEGP_GetEffectCamera");
   host_camera camera;
   A_short plane_width = 0;
   A_short plane_height = 0;
-  effect.AEGP_GetEffectCameraMatrix(in_data.effect_ref, &time, &camera.camera_to_world,
-                                    &camera.plane_distance, &plane_width, &plane_height);
+  require_host(
+      effect.AEGP_GetEffectCameraMatrix(in_data.effect_ref, &time, &camera.camera_to_world,
+                                        &camera.plane_distance, &plane_width, &plane_height),
+      "AEGP_GetEffectCameraMatrix");
   camera.plane_width = plane_width;
   camera.plane_height = plane_height;
   camera.has_camera_layer = camera_layer != nullptr;
   if (camera.has_camera_layer) {
     AEGP_CameraType type = AEGP_CameraType_PERSPECTIVE;
-    suites.get<AEGP_CameraSuite2>().AEGP_GetCameraType(camera_layer, &type);
+    require_host(suites.get<AEGP_CameraSuite2>().AEGP_GetCameraType(camera_layer, &type),
+                 "AEGP_GetCameraType");
     camera.orthographic = type == AEGP_CameraType_ORTHOGRAPHIC;
   }
   return camera;

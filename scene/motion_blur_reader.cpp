@@ -7,12 +7,15 @@
 motion_blur_settings read_motion_blur(CommandContext& context, HostSuites& suites) {
   const effect_layer_place place = find_effect_layer(*context.in_data, suites);
   motion_blur_inputs inputs;
-  suites.get<AEGP_LayerSuite5>().AEGP_GetLayerFlags(place.layer, &inputs.layer_flags);
+  require_host(suites.get<AEGP_LayerSuite5>().AEGP_GetLayerFlags(place.layer, &inputs.layer_flags),
+               "AEGP_GetLayerFlags");
   const auto& compositions = suites.get<AEGP_CompSuite5>();
-  compositions.AEGP_GetCompFlags(place.composition, &inputs.composition_flags);
+  require_host(compositions.AEGP_GetCompFlags(place.composition, &inputs.composition_flags),
+               "AEGP_GetCompFlags");
   A_Ratio shutter_phase{};
-  compositions.AEGP_GetCompShutterAnglePhase(place.composition, &inputs.composition_shutter_angle,
-                                             &shutter_phase);
+  require_host(compositions.AEGP_GetCompShutterAnglePhase(
+                   place.composition, &inputs.composition_shutter_angle, &shutter_phase),
+               "AEGP_GetCompShutterAnglePhase");
   inputs.motion_blur = get_param_int(context, PARAM_MOTION_BLUR);
   inputs.samples = get_param_float(context, PARAM_MOTION_BLUR_SAMPLES);
   inputs.shutter_angle = get_param_float(context, PARAM_SHUTTER_ANGLE);
