@@ -508,7 +508,8 @@ TEST_F(E2ePluginSmartRender,
   EXPECT_THAT(host_.problems(), IsEmpty());
 }
 
-TEST_F(E2ePluginSmartRender, TheFrameRecordFollowsDownsamplingDepthAspectAndTheOutput) {
+TEST_F(E2ePluginSmartRender,
+       TheFrameRecordFollowsDownsamplingDepthAspectAndTheOutputAndFailedCheckoutsSkipIt) {
   struct Case {
     LayerSize layer;
     PF_RationalScale down_x, down_y, aspect;
@@ -565,9 +566,8 @@ TEST_F(E2ePluginSmartRender, TheFrameRecordFollowsDownsamplingDepthAspectAndTheO
     }
   }
   EXPECT_THAT(host_.problems(), IsEmpty());
-}
-
-TEST_F(E2ePluginSmartRender, AFailedCheckoutReturnsTheHostsErrorAndSkipsTheRender) {
+  // A failed checkout returns the host's error and skips the render.
+  RecordsFrame::renders.clear();
   host_.checkout_failures().output = PF_Err_OUT_OF_MEMORY;
   ASSERT_EQ(host_.smart_pre_render(), PF_Err_NONE);
   EXPECT_EQ(host_.smart_render(), PF_Err_OUT_OF_MEMORY);

@@ -14,6 +14,7 @@
 #include "host/composition.h"
 #include "host/effect_host.h"
 #include "host/module.h"
+#include "platform/debug_output.h"
 #include "platform/message_box.h"
 #include "plugin/ae_plugin.h"
 #include "plugin/ae_plugin_connection.h"
@@ -74,6 +75,19 @@ class MessageBoxCapture {
 
  private:
   hxsdk::MessageBoxSink previous_;
+};
+
+// Sends the module's debug lines to `sink` while alive.
+class DebugSinkScope {
+ public:
+  explicit DebugSinkScope(hxsdk::DebugSink sink)
+      : previous_(hxsdk::set_debug_sink(std::move(sink))) {}
+  ~DebugSinkScope() { hxsdk::set_debug_sink(std::move(previous_)); }
+  DebugSinkScope(const DebugSinkScope&) = delete;
+  DebugSinkScope& operator=(const DebugSinkScope&) = delete;
+
+ private:
+  hxsdk::DebugSink previous_;
 };
 
 // Takes `host` through global, parameter and sequence setup, as a host does before it shows

@@ -6,7 +6,6 @@
 #include <cmath>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <regex>
 #include <string>
@@ -17,7 +16,6 @@
 
 #include "host/camera_math.h"
 #include "host/composition.h"
-#include "platform/debug_output.h"
 #include "plugin/ae_plugin_connection.h"
 #include "scene/frame_render.h"
 #include "tests/e2e_plugin_support.h"
@@ -116,27 +114,6 @@ class RecordingPlugin : public AePluginConnection {
 
  private:
   unsigned int next_texture_ = 1001;
-};
-
-// Collects the module's debug lines while alive.
-class DebugLines {
- public:
-  DebugLines()
-      : previous_(hxsdk::set_debug_sink([this](std::string_view text) {
-          std::lock_guard lock(mutex_);
-          lines_.emplace_back(text);
-        })) {}
-  ~DebugLines() { hxsdk::set_debug_sink(std::move(previous_)); }
-
-  std::vector<std::string> take() {
-    std::lock_guard lock(mutex_);
-    return std::exchange(lines_, {});
-  }
-
- private:
-  std::mutex mutex_;
-  std::vector<std::string> lines_;
-  hxsdk::DebugSink previous_;
 };
 
 // The operations of `kind` in `operations`, in order.
@@ -393,7 +370,8 @@ TEST_F(E2eScene, SixMotionBlurSamplesSpreadOverHalfAFrameAndAverageWithTimingLin
                             {"Motion Blur Samples", 6.0},
                             {"Shutter Angle", 180.0}};
   host_->settings().current_time = kFrameTen;
-  DebugLines debug;
+  std::vector<std::string> lines;
+  const e2e_plugin::DebugSinkScope debug([&](std::string_view l) { lines.emplace_back(l); });
   const std::vector<Operation> ops = render(comp);
   // Per sample: the camera, the five map slots cleared, the lights, the target cleared, the draw.
   std::vector<K> expected_kinds = {K::set_output};
@@ -426,7 +404,6 @@ TEST_F(E2eScene, SixMotionBlurSamplesSpreadOverHalfAFrameAndAverageWithTimingLin
             std::tuple(kFrameTen, kFrameTen));
   EXPECT_FLOAT_EQ(plugin().sample_counter, 7.0f);
   // A timing line per stage, the whole frame containing its sample loop.
-  const std::vector<std::string> lines = debug.take();
   ASSERT_EQ(lines.size(), 3u);
   EXPECT_TRUE(std::regex_match(lines[0], std::regex("Input Render: [0-9]+\\.[0-9]{2} ms\n")));
   EXPECT_TRUE(std::regex_match(lines[1], std::regex("Render: [0-9]+\\.[0-9]{2} ms\n")));
@@ -509,7 +486,12 @@ TEST_F(E2eScene, ConvertedMapsAreMadeOnceAFrameFromAnUploadThatIsThenDeleted) {
   Composition comp = with_maps({{"Bump Map Layer", "Red"}, {"Environment Layer", "Blue"}});
   effect_of(comp).params["Motion Blur"] = 2.0;
   effect_of(comp).params["Motion Blur Samples"] = 6.0;
-  DebugLines debug;
+  std::vector<std::string> loads;
+  const e2e_plugin::DebugSinkScope debug([&](std::string_view line) {
+    if (line.starts_with("Load Layer ")) {
+      loads.emplace_back(line.substr(0, line.find(':')));
+    }
+  });
   std::vector<Operation> work;
   const std::vector<Operation> ops = render(comp);
   // In the first sample, each from an upload deleted at once; all six samples draw with them.
@@ -527,12 +509,6 @@ TEST_F(E2eScene, ConvertedMapsAreMadeOnceAFrameFromAnUploadThatIsThenDeleted) {
     EXPECT_EQ(
         std::tuple(draw.scene.material.normal_texture, draw.scene.material.environment_texture),
         std::tuple(work[1].result, work[4].result));
-  }
-  std::vector<std::string> loads;
-  for (const std::string& line : debug.take()) {
-    if (line.starts_with("Load Layer ")) {
-      loads.push_back(line.substr(0, line.find(':')));
-    }
   }
   EXPECT_EQ(loads, (std::vector<std::string>{"Load Layer 508", "Load Layer 517"}));
   // With "Use Normal Map" on the bump layer is taken as it is; off again, converted again.

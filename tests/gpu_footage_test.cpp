@@ -8,7 +8,6 @@
 #include <set>
 
 #include "host/render_frame.h"
-#include "platform/debug_output.h"
 #include "tests/e2e_plugin_support.h"
 #include "tests/gpu_render_harness.h"
 #include "tests/host_footage_refresh_files.h"
@@ -48,15 +47,12 @@ class FootageHost {
     host.settings().bits_per_channel = bits;
     Loads loads;
     load_times.clear();
-    struct Restore {
-      hxsdk::DebugSink previous;
-      ~Restore() { hxsdk::set_debug_sink(std::move(previous)); }
-    } restore{hxsdk::set_debug_sink([&](std::string_view line) {
+    const e2e_plugin::DebugSinkScope debug([&](std::string_view line) {
       if (line.starts_with("Load Layer ")) {
         loads.emplace_back(line.substr(0, line.find(':')));
         load_times.push_back(double(host.in_data().current_time) / host.in_data().time_scale);
       }
-    })};
+    });
     output = lunaform::host::render_frame(host, frame);
     EXPECT_TRUE(host.problems().empty()) << host.problems().front();
     std::sort(loads.begin(), loads.end());
