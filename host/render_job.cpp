@@ -92,12 +92,12 @@ void RenderJob::check_memory() const {
       (width + PixelWorld::kPaddingPixels) * height * pixel_bytes + width * height * pixel_bytes;
   const std::optional<std::uint64_t> available = available_memory();
   if (available && needed > *available) {
-    throw HostError("frames of " + std::to_string(width) + " x " + std::to_string(height) +
-                    " pixels at " + std::to_string(bits_per_channel_) +
-                    " bits per channel need at least " + memory_text(needed) +
-                    " of memory, more than the " + memory_text(*available) +
-                    " available; render them smaller (--downsample), in parts (--region) or "
-                    "with fewer bits per channel (--bpc)");
+    throw HostError("only " + memory_text(*available) + " of memory is available, and frames of " +
+                    std::to_string(width) + " x " + std::to_string(height) + " pixels at " +
+                    std::to_string(bits_per_channel_) + " bits per channel need at least " +
+                    memory_text(needed) +
+                    "; render them smaller (--downsample), in parts (--region) or with fewer "
+                    "bits per channel (--bpc)");
   }
 }
 
