@@ -1,0 +1,188 @@
+// Faults injected on purpose at each layer of a render. Each must end in one clear line with the
+// right exit code, the frames written before it whole and no partial file. The render thread's
+// own failures are the unit tests' (RendererThread).
+#include <OpenImageIO/imageio.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <memory>
+#include <set>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "host/effect_host.h"
+#include "host/host_error.h"
+#include "host/pixel_world.h"
+#include "host/render_frame.h"
+#include "host/scene_file.h"
+#include "tests/e2e_plugin_support.h"
+#include "tests/host_temp_folder.h"
+#include "tests/shell_command.h"
+
+namespace {
+
+using lunaform::host::EffectHost;
+using testing::IsEmpty;
+
+const std::filesystem::path kModules = LUNAFORM_TEST_MODULE_DIR;
+const std::filesystem::path kExamples =
+    std::filesystem::path(__FILE__).parent_path().parent_path() / "examples";
+
+std::string in_quotes(const std::filesystem::path& path) {
+  return "'" + path.string() + "'";
+}
+
+// The names in the folder, sorted: whatever is there, temporary files included.
+std::vector<std::string> names_in(const std::filesystem::path& folder) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    names.push_back(entry.path().filename().string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+// Whether `file` is a whole 8-bit image of 240 x 135 opaque white pixels.
+bool is_white_frame(const std::filesystem::path& file) {
+  const auto input = OIIO::ImageInput::open(file.string());
+  std::vector<unsigned char> pixels(240 * 135 * 4);
+  return input && input->spec().width == 240 && input->spec().height == 135 &&
+         input->read_image(0, 0, 0, 4, OIIO::TypeDesc::UINT8, pixels.data()) &&
+         std::ranges::all_of(pixels, [](unsigned char v) { return v == 255; });
+}
+
+std::size_t count_of(const std::string& text, const std::string& part) {
+  std::size_t count = 0;
+  for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+    ++count;
+  }
+  return count;
+}
+
+TEST(E2eInjectedFaults, EachFaultOfARenderEndsInOneLineItsExitCodeAndOnlyWholeFrames) {
+  // The test module paints every frame white and runs LUNAFORM_FRAME_HOOK in the shell as a
+  // frame starts (FRAME: its number), so that the world changes between two frames: footage
+  // goes away or is cut short, no file may grow any more (a full disk as the writer sees it),
+  // the folder stops taking files. Root writes to any folder: that case runs as nobody.
+  const auto hook = [](int frame, const std::string& change) {
+    return "LUNAFORM_FRAME_HOOK='[ $FRAME != " + std::to_string(frame) + " ] || " + change + "' ";
+  };
+  const bool root = geteuid() == 0;
+  const std::string frames = " scene.json --frames 0-2 --downsample 8 -o 'out/f.#.png'";
+  const std::string hooked = "--module " + in_quotes(kModules / "host_frame_hook.so") + frames;
+  const std::string failed =
+      "(66)\nLunaform Exception: Lunaform failed to initialize with error:\n\n";
+  struct Case {
+    std::string before, arguments;
+    int exit_code;
+    std::string line;  // once in the output, which has one line of lunaform-render's own
+    std::size_t frames_written;
+  };
+  // clang-format off
+  const Case cases[] = {
+      {hook(0, "rm map.png"), hooked, 0, "warning: cannot read image 'map.png': No such file or directory; its layers keep the pixels read before\n", 3},
+      {hook(0, "truncate -s 100 map.png"), hooked, 0, "hit end of file; its layers keep the pixels read before\n", 3},
+      {hook(1, "prlimit --pid $PPID --fsize=0"), hooked, 1, "lunaform-render: cannot write 'out/f.1.png': File too large\n", 1},
+      {hook(1, "chmod a-w out") + (root ? "setpriv --reuid=65534 --regid=65534 --clear-groups" : ""), hooked, 1,
+       "lunaform-render: cannot write 'out/f.1.png': cannot create a temporary file in 'out': Permission denied\n", 1},
+      {"OCL_ICD_VENDORS=/nonexistent", frames, 1, failed + "no OpenCL platforms available\n", 0},
+      {"__EGL_VENDOR_LIBRARY_FILENAMES=/nonexistent", frames, 1, failed + "failed to create context: EGL found no display", 0},
+      {"MESA_GL_VERSION_OVERRIDE=3.3", frames, 1, failed + "failed to create OpenGL 4.1 context\n", 0},
+      // (30000 + 8 padding) x 30000 pixels of 16 bytes for the host's world, 30000 x 30000 for
+      // the writer's copy: 28.8 GB, refused before anything is allocated.
+      {"prlimit --as=1000000000", "big.json --bpc 32 -o out/f.exr", 1, "is available, and frames of 30000 x 30000 pixels at 32 bits per channel need at least 28.8 GB; render them smaller (--downsample), in parts (--region) or with fewer bits per channel (--bpc)\n", 0}};
+  // clang-format on
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.before);
+    const host_test::TempFolder folder;
+    folder.write("scene.json", R"({"layers": [{"name": "Map", "type": "footage", "file": "map.png"},
+                                              {"name": "E", "type": "effect"}]})");
+    folder.write("big.json", R"({"composition": {"width": 30000, "height": 30000},
+                                 "layers": [{"name": "E", "type": "effect"}]})");
+    std::filesystem::copy_file(kExamples / "images" / "checker.png", folder / "map.png");
+    std::filesystem::create_directory(folder / "out");
+    if (root) {
+      ASSERT_EQ(chown((folder / "out").c_str(), 65534, 65534), 0);
+      std::filesystem::permissions(folder.path(), std::filesystem::perms::others_exec,
+                                   std::filesystem::perm_options::add);
+    }
+    const ShellRun run =
+        run_shell_command("cd " + in_quotes(folder.path()) + " && env -u DISPLAY " + c.before +
+                          " " + LUNAFORM_RENDER_PATH + " " + c.arguments + " 2>&1");
+    EXPECT_EQ(run.exit_code, c.exit_code) << run.output;
+    EXPECT_EQ(count_of(run.output, c.line), 1u) << run.output;
+    EXPECT_EQ(count_of(run.output, "lunaform-render: "), 1u) << run.output;
+    std::vector<std::string> written;
+    for (std::size_t frame = 0; frame < c.frames_written; ++frame) {
+      written.push_back("f." + std::to_string(frame) + ".png");
+      EXPECT_TRUE(is_white_frame(folder / "out" / written.back())) << written.back();
+    }
+    EXPECT_EQ(names_in(folder / "out"), written);
+  }
+}
+
+// A fresh host with the effect set up on the planet example (footage maps, a camera, a light)
+// at 1/8 of its size.
+std::unique_ptr<EffectHost> planet_host() {
+  auto host = std::make_unique<EffectHost>(e2e_plugin::real_module_entry());
+  e2e_plugin::set_up_instance(*host);
+  host->set_composition(
+      lunaform::host::SceneFile::load(kExamples / "planet.json").composition_for(host->params()));
+  host->settings().downsample_x = host->settings().downsample_y = {1, 8};
+  return host;
+}
+
+bool same_pixels(const lunaform::host::PixelWorld& a, const lunaform::host::PixelWorld& b) {
+  for (A_long y = 0; y < a.height(); ++y) {
+    if (!std::ranges::equal(a.row(y), b.row(y))) {
+      return false;
+    }
+  }
+  return a.width() == b.width() && a.height() == b.height();
+}
+
+TEST(E2eInjectedFaults, ASuiteFunctionRefusedDuringAFrameFailsItByNameAndNoSuiteIsKept) {
+  const auto host = planet_host();
+  host->record_suite_calls(true);
+  const auto reference = lunaform::host::render_frame(*host, 0);
+  std::set<std::string> functions;
+  for (const auto& [function, result] : host->suite_calls()) {
+    functions.insert(function);
+  }
+  EXPECT_GE(functions.size(), 20u) << "the frame asks for its camera, light, maps and times";
+  // Only the maps' state checks can fail harmlessly: the maps are then taken again.
+  const std::set<std::string> harmless = {"PF_GetCurrentState", "PF_AreStatesIdentical"};
+  for (const std::string& function : functions) {
+    SCOPED_TRACE(function);
+    host->fail_suite_function(function, A_Err_GENERIC);
+    host->record_suite_calls(true);
+    host->suites().reset_counts();
+    e2e_plugin::StderrCapture popup;
+    std::unique_ptr<lunaform::host::PixelWorld> frame;
+    std::string error;
+    try {
+      frame = lunaform::host::render_frame(*host, 0);
+    } catch (const lunaform::host::HostError& refused) {
+      error = refused.what();
+    }
+    EXPECT_THAT(host->suite_calls(), testing::Contains(std::pair(function, A_Err_GENERIC)));
+    if (harmless.contains(function)) {
+      EXPECT_EQ(std::tuple(error, popup.take()), std::tuple("", ""));
+      EXPECT_TRUE(frame && same_pixels(*frame, *reference));
+    } else {
+      EXPECT_EQ(error, "Smart Render of frame 0 failed with error 512");
+      EXPECT_EQ(popup.take(),
+                "Lunaform Exception: The host answered " + function + " with error 1.\n");
+    }
+    EXPECT_THAT(host->suites().unreleased(), IsEmpty());
+    host->fail_suite_function("", A_Err_NONE);
+  }
+  EXPECT_TRUE(same_pixels(*lunaform::host::render_frame(*host, 0), *reference));
+  EXPECT_THAT(host->problems(), IsEmpty());
+}
+
+}  // namespace
