@@ -122,11 +122,6 @@ StoredFrame read_frame(const std::filesystem::path& file) {
   return frame;
 }
 
-bool all_equal(const std::vector<float>& values, float expected) {
-  return !values.empty() &&
-         std::all_of(values.begin(), values.end(), [&](float v) { return v == expected; });
-}
-
 TEST(E2eRenderTool, EveryBadInputEndsWithOneClearLineAndWritesNothing) {
   const host_test::TempFolder folder;
   const std::string failing = quoted(kModules / "host_failing_setup.so");
@@ -194,7 +189,7 @@ TEST(E2eRenderTool, FramesTakeTheirSizeDepthAndNameFromTheOptionsAndARangeOneFil
     const StoredFrame frame = read_frame(folder / file);
     EXPECT_EQ(std::tuple(frame.width, frame.height, frame.channels, frame.format),
               std::tuple(width, height, 4, format));
-    EXPECT_TRUE(all_equal(frame.values, 1.0f));
+    EXPECT_THAT(frame.values, testing::Each(1.0f));
   }
   // A range: one file and one progress line per frame, and the first and last file named.
   const ToolRun run = run_render(folder.path(), kFrameScript + "--frames 0-1 --downsample 8 -o " +
@@ -204,10 +199,10 @@ TEST(E2eRenderTool, FramesTakeTheirSizeDepthAndNameFromTheOptionsAndARangeOneFil
   const std::string second = (folder / "shot.0001.png").string();
   EXPECT_EQ(run.err, "frame 1/2: " + first + "\nframe 2/2: " + second + "\n");
   EXPECT_EQ(run.out, "wrote 2 frames: " + first + " to " + second + "\n");
-  EXPECT_TRUE(all_equal(read_frame(first).values, 1.0f));
+  EXPECT_THAT(read_frame(first).values, testing::Each(1.0f));
   const StoredFrame untouched = read_frame(second);
   EXPECT_EQ(std::tuple(untouched.width, untouched.height), std::tuple(240, 135));
-  EXPECT_TRUE(all_equal(untouched.values, 0.0f));
+  EXPECT_THAT(untouched.values, testing::Each(0.0f));
   // On a terminal the progress line is rewritten in place, and ended before the summary.
   const ShellRun terminal = run_shell_command(
       "cd " + quoted(folder.path()) + " && script -qec \"env -u DISPLAY " + LUNAFORM_RENDER_PATH +

@@ -2,9 +2,13 @@
 // is painted opaque white (at each depth the host's white: 255, 32768 or 1.0), frame 1 is left
 // untouched (the output is checked out and nothing is written), frame 2 fails with
 // PF_Err_OUT_OF_MEMORY after saying so on standard error, as a module's error popup does
-// without a display.
+// without a display. With LUNAFORM_FRAME_HOOK set, every frame is painted white after that shell
+// command has run with FRAME set to the frame number: a test changes the world between two
+// frames without a race.
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <string>
 
 #include "AE_Effect.h"
 #include "AE_EffectCB.h"
@@ -24,11 +28,20 @@ PF_Err fill(PF_EffectWorld& world, const Pixel& white) {
 }
 
 PF_Err smart_render(const PF_InData& in_data, const PF_SmartRenderExtra& extra) {
+  const A_long frame = in_data.current_time / in_data.time_step;
+  const char* hook = std::getenv("LUNAFORM_FRAME_HOOK");
+  if (hook != nullptr) {
+    setenv("FRAME", std::to_string(frame).c_str(), 1);
+    if (std::system(hook) != 0) {
+      std::fputs("Frame Script: the hook failed\n", stderr);
+      return PF_Err_INTERNAL_STRUCT_DAMAGED;
+    }
+  }
   PF_EffectWorld* output = nullptr;
   if (const PF_Err error = extra.cb->checkout_output(in_data.effect_ref, &output)) {
     return error;
   }
-  switch (in_data.current_time / in_data.time_step) {
+  switch (hook != nullptr ? 0 : frame) {
     case 0:
       return extra.input->bitdepth == 8    ? fill(*output, PF_Pixel8{255, 255, 255, 255})
              : extra.input->bitdepth == 16 ? fill(*output, PF_Pixel16{32768, 32768, 32768, 32768})
