@@ -72,16 +72,19 @@ class FootageHost {
     on_render_thread([&] { result = name != 0 && glIsTexture(name) == GL_TRUE; });
     return result;
   }
+  std::vector<GLint> texture_state(unsigned int name, std::initializer_list<GLenum> parameters) {
+    std::vector<GLint> state;
+    on_render_thread(
+        [&] { state = gpu_render::texture_state(GL_TEXTURE_2D, name, parameters, 1); });
+    return state;
+  }
 
   // Empty when level 0 of texture `name` is `width` texels wide and holds the RGBA floats
   // `expected` to a few units in the last place (relaxed division); else what differs.
   std::string texture_mismatch(unsigned int name, int width, const std::vector<float>& expected) {
-    std::vector<GLint> level0;
+    const std::vector<GLint> level0 = texture_state(name, {});
     std::vector<gpu_render::rgba> got;
-    on_render_thread([&] {
-      level0 = gpu_render::texture_state(GL_TEXTURE_2D, name, {}, 0);
-      got = gpu_render::read_level(GL_TEXTURE_2D, name, 0);
-    });
+    on_render_thread([&] { got = gpu_render::read_level(GL_TEXTURE_2D, name, 0); });
     if (level0[1] != width || got.size() * 4 != expected.size()) {
       return "width " + std::to_string(level0[1]) + ", " + std::to_string(got.size()) + " texels";
     }
@@ -209,16 +212,10 @@ TEST(GpuFootage, EveryFileKindReachesEveryMapAsTheHostChecksItOutAtEachDepth) {
     }
   }
   EXPECT_THAT(scene.render(0, 32), IsEmpty()) << "the same footage at the same depth";
-  const auto sampling = [&](unsigned int name) {
-    std::vector<GLint> state;
-    scene.on_render_thread([&] {
-      state = gpu_render::texture_state(GL_TEXTURE_2D, name, {GL_TEXTURE_MIN_FILTER}, 1);
-    });
-    return state;
-  };
-  const std::vector<GLint> uploaded = {GL_RGBA32F, GL_LINEAR_MIPMAP_LINEAR, 16, 8};
-  EXPECT_EQ(sampling(scene.drawn().diffuse_texture), uploaded);
-  EXPECT_EQ(sampling(scene.drawn().normal_texture), uploaded);
+  for (const unsigned int name : {scene.drawn().diffuse_texture, scene.drawn().normal_texture}) {
+    EXPECT_EQ(scene.texture_state(name, {GL_TEXTURE_MIN_FILTER}),
+              (std::vector<GLint>{GL_RGBA32F, GL_LINEAR_MIPMAP_LINEAR, 16, 8}));
+  }
   EXPECT_EQ(live_objects(), without_maps + 4);
 
   scene.params()["Use Normal Map"] = Animated<double>(0.0);
@@ -312,15 +309,12 @@ TEST(GpuFootage, OnePixelNoPixelsAndNothingOpaqueRenderAFrameWithTheMapAsItIsOrL
   for (int map = 0; map < 3; ++map) {
     EXPECT_EQ(scene.texture_mismatch(texture_of(scene.drawn(), map), 1, dot), "") << map;
   }
-  std::vector<GLint> normal_map;
-  scene.on_render_thread([&] {
-    normal_map = gpu_render::texture_state(GL_TEXTURE_2D, scene.drawn().normal_texture, {}, 0);
-  });
-  EXPECT_EQ(normal_map, (std::vector<GLint>{GL_RGBA16F, 1}));
+  EXPECT_EQ(scene.texture_state(scene.drawn().normal_texture, {}),
+            (std::vector<GLint>{GL_RGBA16F, 1, 0}));
   expect_sane_frame(*scene.output, 1.0f);
 
-  for (const char* param : {"Glossiness Layer", "Illumination Layer", "Bump Map Layer"}) {
-    scene.params()[param] = LayerRef{""};
+  for (int map = 1; map < 4; ++map) {
+    scene.params()[kPlainMaps[map]] = LayerRef{""};
   }
   scene.params()["Diffuse Layer"] = LayerRef{"Clear.png"};
   EXPECT_EQ(scene.render(0, 32), Loads{"Load Layer 502"});
@@ -329,10 +323,8 @@ TEST(GpuFootage, OnePixelNoPixelsAndNothingOpaqueRenderAFrameWithTheMapAsItIsOrL
 
   for (const std::array<const char*, 2> names :
        {std::array{"", "No Such Layer"}, std::array{"Blank", "Empty"}}) {
-    int i = 0;
-    for (const char* param : {"Diffuse Layer", "Glossiness Layer", "Illumination Layer",
-                              "Bump Map Layer", "Environment Layer"}) {
-      scene.params()[param] = LayerRef{names[i++ % 2]};
+    for (int map = 0; map < 5; ++map) {
+      scene.params()[map < 4 ? kPlainMaps[map] : "Environment Layer"] = LayerRef{names[map % 2]};
     }
     const Loads loads = scene.render(0, 32);
     EXPECT_TRUE(loads.empty() || names[0] == std::string("Blank")) << names[1];

@@ -5,12 +5,9 @@
 
 #include <array>
 #include <cmath>
-#include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <exception>
 #include <functional>
-#include <initializer_list>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -124,7 +121,7 @@ struct rendered_image {
   }
 };
 
-// A suite sharing one render thread (a GL context, an OpenCL device, the programs) and mesh.
+// A suite sharing one render thread (GL context, OpenCL device, programs) and the mesh.
 class GpuRendererSuite : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
@@ -189,8 +186,7 @@ inline GLuint upload(Renderer& renderer, int width, int height,
 inline std::vector<rgba> read_level(GLenum target, GLuint texture, int level) {
   const GLenum binding = target == GL_TEXTURE_2D ? GL_TEXTURE_2D : GL_TEXTURE_CUBE_MAP;
   glBindTexture(binding, texture);
-  GLint width = 0;
-  GLint height = 0;
+  GLint width = 0, height = 0;
   glGetTexLevelParameteriv(target, level, GL_TEXTURE_WIDTH, &width);
   glGetTexLevelParameteriv(target, level, GL_TEXTURE_HEIGHT, &height);
   std::vector<rgba> texels(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));

@@ -406,8 +406,7 @@ ref::sphere_scene scene_of(const material_properties& material,
 // empty one exactly 0; at least 500 of each (the tipped hemisphere's dome covers ~3000).
 ::testing::AssertionResult matches_reference(const ref::sphere_scene& scene,
                                              const rendered_image& image) {
-  int covered = 0;
-  int empty = 0;
+  int covered = 0, empty = 0;
   gpu_render::mismatches wrong;
   for (int y = 0; y < kSize; ++y) {
     for (int x = 0; x < kSize; ++x) {
@@ -579,19 +578,15 @@ std::vector<map_fetch> colour_map_fetches(const material_properties& m, vec3 p) 
       // Weights |n| (at least 1e-5) raised to (1 - f)^2 64 + 1, summing to 1.
       const std::array<double, 3> n = {p.x, p.y, p.z};
       const double exponent = (1.0 - m.uv_feathering) * (1.0 - m.uv_feathering) * 64.0 + 1.0;
-      std::array<double, 3> w{};
+      std::vector<map_fetch> fetches;
       double sum = 0.0;
       for (int axis = 0; axis < 3; ++axis) {
-        sum += w[axis] = std::pow(std::max(std::abs(n[axis]), 1e-5), exponent);
-      }
-      std::vector<map_fetch> fetches;
-      for (int axis = 0; axis < 3; ++axis) {
         const vec3 q = n[axis] > 0.0 ? vec3{-p.x, p.y, p.z} : vec3{p.x, p.y, -p.z};
-        map_fetch f = axis == 0   ? planar(m, q.z, q.y)
-                      : axis == 1 ? planar(m, q.x, q.z)
-                                  : planar(m, q.x, q.y);
-        f.weight = n[axis] != 0.0 ? w[axis] / sum : 0.0;
-        fetches.push_back(f);
+        fetches.push_back(axis == 0 ? planar(m, q.z, q.y) : planar(m, q.x, axis == 1 ? q.z : q.y));
+        sum += fetches.back().weight = std::pow(std::max(std::abs(n[axis]), 1e-5), exponent);
+      }
+      for (int axis = 0; axis < 3; ++axis) {
+        fetches[axis].weight = n[axis] != 0.0 ? fetches[axis].weight / sum : 0.0;
       }
       return fetches;
     }
@@ -606,11 +601,8 @@ std::vector<map_fetch> colour_map_fetches(const material_properties& m, vec3 p) 
 
 // A coordinate folded into 0..1 by the wrap: mode 1 repeats, others mirror every second time.
 double wrapped(double coordinate, int uv_mode) {
-  if (uv_mode == 1) {
-    return coordinate - std::floor(coordinate);
-  }
   const double folded = coordinate - 2.0 * std::floor(coordinate / 2.0);
-  return folded <= 1.0 ? folded : 2.0 - folded;
+  return uv_mode == 1 ? coordinate - std::floor(coordinate) : folded <= 1.0 ? folded : 2.0 - folded;
 }
 
 // 8 x 4 cells: red names the column, green the row; blue varies too.
@@ -627,10 +619,9 @@ ref::rgba smooth_map_value(double s, double t) {
 std::optional<ref::surface_fragment> front_point(const ref::sphere_scene& scene, double wx,
                                                  double wy, double min_facing) {
   const std::optional<ref::surface_fragment> f = ref::drawn_fragments(scene, wx, wy).front;
-  if (!f || dot(normalize(ref::to_vec3(kEye) - f->world_position), f->flat_normal) < min_facing) {
-    return std::nullopt;
-  }
-  return f;
+  const bool facing =
+      f && dot(normalize(ref::to_vec3(kEye) - f->world_position), f->flat_normal) >= min_facing;
+  return facing ? f : std::nullopt;
 }
 
 std::pair<int, int> cell_of(const map_fetch& f, int uv_mode) {

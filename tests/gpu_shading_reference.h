@@ -44,8 +44,7 @@ struct argb {
 
 // One frame: size, a perspective camera, the unit sphere's placement, material and lights.
 struct sphere_scene {
-  int width = 0;
-  int height = 0;
+  int width = 0, height = 0;
   render_properties camera;
   hxsdk::mat4 model_matrix;
   material_properties material;
@@ -54,7 +53,6 @@ struct sphere_scene {
 
 constexpr double kPi = 3.14159265358979323846;
 constexpr int kLightSlots = 8;
-constexpr double kHemisphereCutY = 0.00001;
 
 inline rgba to_rgba(const hxsdk::vec4& v) {
   return {v.x, v.y, v.z, v.w};
@@ -75,11 +73,6 @@ inline double to_channel(double v, int bytes_per_channel) {
                                   : v;
 }
 
-// min(x, 1) * 2^(1.5 max(0, x - 1)): up to 1 as it is, each further unit times 2^1.5.
-inline double shadow_light_contrast_exponent(double contrast) {
-  return std::min(contrast, 1.0) * std::pow(2.0, 1.5 * std::max(0.0, contrast - 1.0));
-}
-
 inline double spot_cone_cos(double cone_angle_degrees) {
   return std::cos(cone_angle_degrees * kPi / 360.0);
 }
@@ -98,25 +91,17 @@ inline double spot_factor(double cos_to_axis, double cone_cos, double feather) {
   return clamp01(s * s);
 }
 
-// Light reaching a flat surface at Nf.L: 1 facing the light, down to 0 at -(1 - 0.99 clip).
-inline double terminator_factor(double nf_dot_l, double clip_lighting) {
-  return 1.0 - clamp01(nf_dot_l * -(1.0 / (1.0 - clip_lighting * 0.99)));
-}
-
 // GGX distribution with alpha = r'^3 (roughness lifted to 0.125..1) times Schlick-GGX
 // visibilities 1 / (x (1 - k) + k), k = alpha / 2, over 4, weighted by N.V (the caller's N.L).
 inline double specular_term(vec3 n, double roughness, double n_dot_l_clamped, vec3 h, vec3 v) {
   const double n_dot_h = std::max(0.0, dot(n, h));
-  const double lifted = roughness * 0.875 + 0.125;
-  const double alpha = lifted * lifted * lifted;
+  const double alpha = std::pow(roughness * 0.875 + 0.125, 3);
   const double alpha2 = alpha * alpha;
   const double q = n_dot_h * n_dot_h * (alpha2 - 1.0) + 1.0;
   const double distribution = alpha2 / (3.1415927 * q * q);
-  const double k = alpha / 2.0;
+  const auto visibility = [k = alpha / 2.0](double x) { return 1.0 / (x * (1.0 - k) + k); };
   const double n_dot_v = std::max(0.0, dot(n, v));
-  const double visibility_v = 1.0 / (n_dot_v * (1.0 - k) + k);
-  const double visibility_l = 1.0 / (n_dot_l_clamped * (1.0 - k) + k);
-  return distribution * visibility_v * visibility_l / 4.0 * n_dot_v;
+  return distribution * visibility(n_dot_v) * visibility(n_dot_l_clamped) / 4.0 * n_dot_v;
 }
 
 // Weight of the self-illumination at N.V (0..1): y^bias blended with 1 by |strength|; y =
@@ -241,7 +226,8 @@ inline direct_light lit_light(const sphere_scene& scene, vec3 p, vec3 v, vec3 nf
     const double nf_dot_l = dot(nf, to_light);
     const double n_dot_l = dot(n, to_light);
     const double n_dot_l_clamped = std::max(0.0, n_dot_l);
-    const double k = terminator_factor(nf_dot_l, m.clip_lighting);
+    // Light reaching the flat surface: 1 facing the light, down to 0 at -(1 - 0.99 clip).
+    const double k = 1.0 - clamp01(nf_dot_l * -(1.0 / (1.0 - m.clip_lighting * 0.99)));
     const double grey = clamp01((l.color.x + l.color.y + l.color.z) / 3.0);
     // The bump influence mixes the flat and shading normals' N.L into the light amount.
     d.amount += spot * (nf_dot_l + (n_dot_l - nf_dot_l) * m.bump_influence * k) * grey;
@@ -266,7 +252,9 @@ inline rgba shade_fragment(const sphere_scene& scene, const surface_fragment& fr
   // Self-illumination, split into shadow and light shares by the light amount A.
   const double fresnel = illumination_fresnel(clamp01(dot(nf, v)), m.fresnel, m.fresnel_bias);
   const double t = clamp01(light.amount + m.shadow_light_expansion);
-  const double contrast = shadow_light_contrast_exponent(m.shadow_light_contrast);
+  // Up to 1 as it is, each further unit of contrast times 2^1.5.
+  const double contrast = std::min<double>(m.shadow_light_contrast, 1.0) *
+                          std::pow(2.0, 1.5 * std::max(0.0, m.shadow_light_contrast - 1.0));
   const double split = m.shadow_light;
   const double shadow_share =
       std::pow(1.0 - t, contrast) * std::max(0.0, 1.0 - std::max(0.0, split));
@@ -290,7 +278,7 @@ inline ray_hits drawn_fragments(const sphere_scene& scene, double window_x, doub
   }
   if (scene.material.flatten_bottom != 0) {
     for (std::optional<surface_fragment>* f : {&hits.front, &hits.back}) {
-      if (*f && (*f)->model_position.y > kHemisphereCutY) {
+      if (*f && (*f)->model_position.y > 0.00001) {
         f->reset();
       }
     }
@@ -320,7 +308,6 @@ inline std::optional<rgba> material_pixel(const sphere_scene& scene, int x, int 
 // True when pixel (x, y) is a pixel away from every silhouette, hemisphere cut and spot cone
 // edge and sees no surface at a grazing angle, where the mesh's facets differ from the sphere.
 inline bool pixel_is_clear_of_edges(const sphere_scene& scene, int x, int y) {
-  constexpr double kMinimumFacing = 0.15;
   const packed_lights packed = pack_light_list(scene.lights);
   // Which passes draw at a window position, and which spot cones each fragment lies in.
   const auto signature = [&](double wx, double wy) {
@@ -345,7 +332,7 @@ inline bool pixel_is_clear_of_edges(const sphere_scene& scene, int x, int y) {
   const ray_hits drawn = drawn_fragments(scene, x + 0.5, y + 0.5);
   const vec3 eye = to_vec3(scene.camera.eye_position);
   for (const std::optional<surface_fragment>* f : {&drawn.front, &drawn.back}) {
-    if (*f && dot(normalize(eye - (*f)->world_position), (*f)->flat_normal) < kMinimumFacing) {
+    if (*f && dot(normalize(eye - (*f)->world_position), (*f)->flat_normal) < 0.15) {
       return false;
     }
   }
