@@ -2,8 +2,10 @@
 // recorded and compared with values worked out here from the composition.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <optional>
@@ -119,12 +121,15 @@ class RecordingPlugin : public AePluginConnection {
 // The operations of `kind` in `operations`, in order.
 std::vector<Operation> of_kind(const std::vector<Operation>& operations, Operation::Kind kind) {
   std::vector<Operation> found;
-  for (const Operation& op : operations) {
-    if (op.kind == kind) {
-      found.push_back(op);
-    }
-  }
+  std::ranges::copy_if(operations, std::back_inserter(found),
+                       [&](const Operation& op) { return op.kind == kind; });
   return found;
+}
+
+std::vector<K> kinds_of(const std::vector<Operation>& operations) {
+  std::vector<K> kinds;
+  std::ranges::transform(operations, std::back_inserter(kinds), &Operation::kind);
+  return kinds;
 }
 
 // The one operation of `kind`; fails the test when there is not exactly one.
@@ -382,11 +387,7 @@ TEST_F(E2eScene, SixMotionBlurSamplesSpreadOverHalfAFrameAndAverageWithTimingLin
          K::delete_texture, K::delete_texture, K::set_lights, K::clear_target, K::draw});
   }
   expected_kinds.push_back(K::read_output);
-  std::vector<K> kinds;
-  for (const Operation& op : ops) {
-    kinds.push_back(op.kind);
-  }
-  EXPECT_EQ(kinds, expected_kinds);
+  EXPECT_EQ(kinds_of(ops), expected_kinds);
   // Sample k at k/12 of a frame (10 ticks), weighted 1/(k+1) so that the result is the mean.
   const std::vector<Operation> draws = of_kind(ops, K::draw);
   const std::vector<Operation> cameras = of_kind(ops, K::set_render_properties);
@@ -465,21 +466,13 @@ Composition with_maps(const std::map<std::string, std::string>& choices) {
   return comp;
 }
 
-// The kinds of a frame's texture operations but the delete_texture(0) of every frame; the
-// operations go to `work`.
-std::vector<K> texture_work(const std::vector<Operation>& ops,
-                            std::vector<Operation>* work = nullptr) {
-  std::vector<K> kinds;
-  for (const Operation& op : ops) {
-    if ((op.kind == K::delete_texture && op.texture != 0) || op.kind == K::upload_texture ||
-        op.kind == K::make_normal_map || op.kind == K::make_environment_cube) {
-      kinds.push_back(op.kind);
-      if (work != nullptr) {
-        work->push_back(op);
-      }
-    }
-  }
-  return kinds;
+// A frame's texture operations but the delete_texture(0) of every frame.
+std::vector<Operation> texture_work(const std::vector<Operation>& ops) {
+  std::vector<Operation> work;
+  std::ranges::copy_if(ops, std::back_inserter(work), [](const Operation& op) {
+    return op.kind > K::delete_texture || (op.kind == K::delete_texture && op.texture != 0);
+  });
+  return work;
 }
 
 TEST_F(E2eScene, ConvertedMapsAreMadeOnceAFrameFromAnUploadThatIsThenDeleted) {
@@ -492,10 +485,10 @@ TEST_F(E2eScene, ConvertedMapsAreMadeOnceAFrameFromAnUploadThatIsThenDeleted) {
       loads.emplace_back(line.substr(0, line.find(':')));
     }
   });
-  std::vector<Operation> work;
   const std::vector<Operation> ops = render(comp);
+  const std::vector<Operation> work = texture_work(ops);
   // In the first sample, each from an upload deleted at once; all six samples draw with them.
-  ASSERT_EQ(texture_work(ops, &work),
+  ASSERT_EQ(kinds_of(work),
             (std::vector<K>{K::upload_texture, K::make_normal_map, K::delete_texture,
                             K::upload_texture, K::make_environment_cube, K::delete_texture}));
   EXPECT_EQ(std::tuple(work[1].texture, work[1].width, work[1].height, work[2].texture),
@@ -513,19 +506,20 @@ TEST_F(E2eScene, ConvertedMapsAreMadeOnceAFrameFromAnUploadThatIsThenDeleted) {
   EXPECT_EQ(loads, (std::vector<std::string>{"Load Layer 508", "Load Layer 517"}));
   // With "Use Normal Map" on the bump layer is taken as it is; off again, converted again.
   effect_of(host_->composition()).params["Use Normal Map"] = 1.0;
-  std::vector<Operation> plain;
-  ASSERT_EQ(texture_work(render(), &plain), (std::vector<K>{K::delete_texture, K::upload_texture}));
+  const std::vector<Operation> plain = texture_work(render());
+  ASSERT_EQ(kinds_of(plain), (std::vector<K>{K::delete_texture, K::upload_texture}));
   EXPECT_EQ(plain[0].texture, work[1].result);
   effect_of(host_->composition()).params["Use Normal Map"] = 0.0;
-  EXPECT_EQ(texture_work(render()), (std::vector<K>{K::delete_texture, K::upload_texture,
-                                                    K::make_normal_map, K::delete_texture}));
+  EXPECT_EQ(kinds_of(texture_work(render())),
+            (std::vector<K>{K::delete_texture, K::upload_texture, K::make_normal_map,
+                            K::delete_texture}));
 }
 
 TEST_F(E2eScene, AFailedCheckoutOrAFlattenedInstanceLeavesTheMapsOutWithoutFailingTheFrame) {
   host_->checkout_failures().layer_pixels[502] = PF_Err_OUT_OF_MEMORY;
   std::vector<Operation> ops =
       render(with_maps({{"Diffuse Layer", "Red"}, {"Illumination Layer", "Blue"}}));
-  EXPECT_EQ(texture_work(ops), std::vector<K>{K::upload_texture});
+  EXPECT_EQ(kinds_of(texture_work(ops)), std::vector<K>{K::upload_texture});
   EXPECT_EQ(only(ops, K::draw).scene.material.diffuse_texture, 0u);
   EXPECT_NE(only(ops, K::draw).scene.material.illumination_texture, 0u);
   // A flattened instance has no slots: it renders without maps and writes nothing.

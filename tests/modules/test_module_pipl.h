@@ -12,7 +12,8 @@
 namespace test_module {
 
 struct PiplBytes {
-  std::array<unsigned char, 256> data{};  // zeroed: a C string's NUL and the padding are there
+  std::array<unsigned char, 256>
+      data{};  // zeroed: a C string's NUL, the padding and the unused end
   size_t size = 0;
 
   enum Value { code, pascal, c_string };
@@ -54,21 +55,11 @@ consteval PiplBytes effect_pipl(std::string_view name, std::string_view entry_po
   return pipl;
 }
 
-template <size_t Size>
-consteval std::array<unsigned char, Size> section_bytes(PiplBytes pipl) {
-  std::array<unsigned char, Size> bytes{};
-  for (size_t i = 0; i < Size; ++i) {
-    bytes[i] = pipl.data[i];
-  }
-  return bytes;
-}
-
 }  // namespace test_module
 
 // Places the PiPL of this module in its ".pipl" section (and nowhere else in the file).
-#define LUNAFORM_TEST_MODULE_PIPL(name, entry_point, match_name)                                \
-  namespace {                                                                                   \
-  [[gnu::section(".pipl"), gnu::used]] const auto kPipl =                                       \
-      test_module::section_bytes<test_module::effect_pipl(name, entry_point, match_name).size>( \
-          test_module::effect_pipl(name, entry_point, match_name));                             \
+#define LUNAFORM_TEST_MODULE_PIPL(name, entry_point, match_name)    \
+  namespace {                                                       \
+  [[gnu::section(".pipl"), gnu::used]] const auto kPipl =           \
+      test_module::effect_pipl(name, entry_point, match_name).data; \
   }
