@@ -1,5 +1,4 @@
-// Hardware faults inside crash_fault_module (the effect's own entry logic and render thread
-// around a plug-in that faults on purpose), in a child process: its output, the report files
+// Hardware faults in crash_fault_module, run in a child process: its output, the report files
 // and gdb's reading of them.
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -39,10 +38,9 @@ struct Child {
   std::string output;
 };
 
-// Runs the crash module in a forked child, with documents and temporary folders under `root`,
-// a HOME without Documents, the caches kept (kernels are not built anew) and an 8 MiB stack
-// (an overflow happens there). The child sends global setup, runs `then` and exits 0 (125 when
-// it throws); no core file, and SIGALRM ends a hang after two minutes.
+// Runs the crash module in a forked child with its folders under `root` (HOME without
+// Documents, the kernel cache kept), an 8 MiB stack and no core file; the child sends global
+// setup, runs `then` and exits 0 (125 when it throws). SIGALRM ends a hang after two minutes.
 Child run_module(const fs::path& root, const std::function<void(EffectHost&)>& then) {
   for (const char* folder : {"documents/Brightmoor", "temporary/Brightmoor", "home"}) {
     fs::create_directories(root / folder);
@@ -106,8 +104,7 @@ std::string stamp(std::time_t when) {
   return text;
 }
 
-// What gdb prints for a backtrace of `dump` with this program as the host. Only the module's
-// symbols are read: the OpenGL and OpenCL stacks would take gdb a minute.
+// gdb's backtrace of `dump`, reading only the module's symbols (the GPU stacks' take a minute).
 std::string gdb_backtrace(const std::string& dump) {
   return run_shell_command(
              "timeout 300 gdb -nx -batch -iex 'set auto-solib-add off' "
@@ -124,12 +121,11 @@ TEST(E2eCrashReports, FaultsInCommandsAndRenderJobsBecomeOwnReadableDumpsAndErro
     std::vector<PF_Err> results;
     results.push_back(host.send(crash_fault::kFaultInCommand));
     results.push_back(host.send(crash_fault::kFaultInRenderJob));
-    // Without documents the report goes to the temporary folder; the handler runs on its
-    // alternate stack, and every later fault proves the signal was left unblocked.
+    // Without documents the report goes to the temporary folder; each later fault proves the
+    // signal was left unblocked.
     setenv("XDG_DOCUMENTS_DIR", (root / "none").c_str(), 1);
     results.push_back(host.send(crash_fault::kStackOverflowInCommand));
-    // Without the maker's folder none is written (only one folder level is made), but the
-    // path is still named.
+    // Without the maker's folder none is made (only one level is), but the path is named.
     fs::create_directories(root / "bare");
     setenv("XDG_DOCUMENTS_DIR", (root / "bare").c_str(), 1);
     results.push_back(host.send(crash_fault::kFaultInCommand));
@@ -162,8 +158,7 @@ TEST(E2eCrashReports, FaultsInCommandsAndRenderJobsBecomeOwnReadableDumpsAndErro
   }
   EXPECT_FALSE(fs::exists(root / "bare" / "Brightmoor"));
 
-  // gdb follows the dump from the faulting function (frame #0) through the module's frames
-  // into the host program, each found where the process had loaded it.
+  // gdb follows the dump from the faulting function (#0) through the module into the host.
   const std::string command = gdb_backtrace(paths[0]);
   EXPECT_THAT(command, HasSubstr("Program terminated with signal SIGSEGV"));
   EXPECT_THAT(command,

@@ -157,8 +157,7 @@ TEST(LayerAxes, FollowThePointOfInterestAndTheAnglesAsWorkedOutByHand) {
 
 enum Index : PF_ParamIndex { kRadius = 1, kPosition, kColor, kAngle, kPopup, kCheckbox, kDefault };
 
-// An entry function whose parameter setup registers these seven, as indices 1 to 7. Map layers
-// checked out at a downsample are the effect host suite's to check.
+// An entry function whose parameter setup registers these seven, as indices 1 to 7.
 PF_Err add_effect_params(PF_Cmd command, PF_InData* in, PF_OutData* out, PF_ParamList, void*) {
   const PF_ParamType types[] = {PF_Param_FLOAT_SLIDER, PF_Param_POINT_3D, PF_Param_COLOR,
                                 PF_Param_ANGLE,        PF_Param_POPUP,    PF_Param_CHECKBOX,
@@ -183,7 +182,6 @@ PF_Err add_effect_params(PF_Cmd command, PF_InData* in, PF_OutData* out, PF_Para
   return PF_Err_NONE;
 }
 
-// The effect layer and its values.
 lh::Composition scene() {
   lh::Composition comp = lh::default_composition();
   auto& params = std::get<lh::EffectLayer>(comp.layers[0].content).params;

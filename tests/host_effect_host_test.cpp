@@ -12,9 +12,8 @@
 #include "host/pixel_world.h"
 #include "tests/host_suite_support.h"
 
-// The host's command protocol: what travels from command to command, what the in-data and the
-// parameter callbacks hand out, handles and suites, what the host owes when it goes, and the
-// Smart Render protocol with its layer and output worlds.
+// The host's command protocol: what travels between commands, in-data, parameters, handles, the
+// setdowns owed, and Smart Render with its layer and output worlds.
 namespace {
 
 namespace lh = lunaform::host;
@@ -413,8 +412,7 @@ TEST(EffectHostOutput, WorldsHavePaddedRowsAndAreClearedBeforeEachRenderAtEveryD
 }
 
 // Layer pixels as the composition gives them: a 3 x 2 float image "Photo" and a 101 x 51
-// solid "Grey", read by a module that copies the map's pixels in Smart Render. How footage
-// reaches the module at each depth is the footage GPU suite's to check, texel by texel.
+// solid "Grey", read by a module that copies the map's pixels in Smart Render.
 class EffectHostLayerPixels : public testing::Test {
  protected:
   void render(const char* layer, int bits, PF_RationalScale downsample) {

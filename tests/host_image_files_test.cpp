@@ -339,8 +339,6 @@ TEST(FrameWriter, AFileIsReplacedWholeOrLeftAsItWasAndOutputsAreCheckedBeforeRen
 
   const std::filesystem::path text = folder.write("file.txt", "not a folder");
   const std::pair<std::filesystem::path, std::string> refused[] = {
-      {folder / "missing" / "out.png",
-       "the folder '" + (folder / "missing").string() + "' does not exist"},
       {text / "out.png", "'" + text.string() + "' is not a folder"},
       {folder / "taken.png", "it is a folder"},
   };
@@ -389,9 +387,6 @@ TEST(RenderOptionText, FramesAreInclusiveStepsOfWholeNumbersInsideTheComposition
   EXPECT_THROW(lunaform::host::frame_count(100, 0), HostError);
   using lunaform::host::check_frame_range;
   EXPECT_NO_THROW(check_frame_range(parse_frame_range("0-299"), 300));
-  EXPECT_THAT([] { check_frame_range(parse_frame_range("0-300"), 300); },
-              ThrowsMessage<HostError>(
-                  StrEq("frames 0-300 lie outside the composition, which has frames 0-299")));
   EXPECT_THAT([] { check_frame_range(parse_frame_range("300"), 300); },
               ThrowsMessage<HostError>(HasSubstr("frame 300 lies outside")));
   EXPECT_THAT([] { check_frame_range(parse_frame_range("0"), 0); },

@@ -11,8 +11,7 @@
 #include "host/effect_host.h"
 
 // Shared set-up of the host tests: an entry function whose behaviour a test writes as a lambda
-// (the host is driven exactly as a module drives it, without a module file), and parameter
-// definitions.
+// (driving the host as a module does, without a module file), and parameter definitions.
 namespace host_test {
 
 using Script = std::function<PF_Err(PF_Cmd, PF_InData*, PF_OutData*, PF_ParamList, void*)>;
@@ -61,8 +60,7 @@ inline void in_render(lunaform::host::EffectHost& host,
                           [&](PF_InData& in, PF_OutData&, PF_ParamList) { body(in); });
 }
 
-// Several numbers of different types as one list, so that a record's fields can be checked
-// against values worked out by hand in one expectation.
+// Numbers of several types as one list, to check a record's fields in one expectation.
 template <typename... T>
 std::vector<double> nums(T... values) {
   return {static_cast<double>(values)...};

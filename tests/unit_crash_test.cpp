@@ -80,26 +80,20 @@ TEST(DocumentsFolder, DocumentsComeFromXdgThenHomeAndTemporaryFilesFromTmpdirThe
   EXPECT_FALSE(hxsdk::documents_folder(short_by_one));
 }
 
-// The report name of thread `thread` of process `process` at the given local time.
-std::string report_name(int year, int month, int day, int hour, int minute, int second,
-                        long process, long thread) {
+// The report name of thread `thread` of process `process` at local time `when`.
+std::string report_name(const char* when, long process, long thread) {
   std::tm time{};
-  time.tm_year = year - 1900;
-  time.tm_mon = month - 1;
-  time.tm_mday = day;
-  time.tm_hour = hour;
-  time.tm_min = minute;
-  time.tm_sec = second;
+  EXPECT_NE(strptime(when, "%Y-%m-%d %H:%M:%S", &time), nullptr) << when;
   crash::PathText path;
   crash::append_dump_file_name(path, time, process, thread);
   return std::string(path.view());
 }
 
 TEST(CrashReportPath, ReportsGoToTheMakersErrorLogsNamedByTagLocalTimeProcessAndThread) {
-  EXPECT_EQ(report_name(2024, 1, 31, 23, 59, 59, 4321, 8765),
+  EXPECT_EQ(report_name("2024-01-31 23:59:59", 4321, 8765),
             "Lunaform_v1.0.66-20240131-235959-4321-8765.dmp");
   // Single digits are padded to two, the year to four; ids are not padded.
-  EXPECT_EQ(report_name(801, 2, 3, 4, 5, 6, 7, 4194304),
+  EXPECT_EQ(report_name("801-02-03 04:05:06", 7, 4194304),
             "Lunaform_v1.0.66-08010203-040506-7-4194304.dmp");
   for (const auto& [base, folder] : std::vector<std::pair<std::string, std::string>>{
            {"/home/ada/Documents", "/home/ada/Documents/Brightmoor/Error Logs"},

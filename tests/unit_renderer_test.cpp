@@ -40,7 +40,6 @@ struct ProbeRenderer {
 };
 using ProbeThread = BasicRendererThread<ProbeRenderer>;
 
-// A thread whose renderer records where it is built and destroyed.
 std::unique_ptr<ProbeThread> recording_thread(std::thread::id& built_on,
                                               std::thread::id& destroyed_on) {
   return std::make_unique<ProbeThread>([&built_on, &destroyed_on] {
@@ -49,8 +48,7 @@ std::unique_ptr<ProbeThread> recording_thread(std::thread::id& built_on,
   });
 }
 
-// Destroys the thread on a helper and tells whether that returned within a generous limit, so
-// that a blocking destructor fails the test instead of hanging it.
+// Whether destroying `thread` on a helper returns in time: a blocking destructor fails, not hangs.
 bool destroyed_promptly(std::unique_ptr<ProbeThread> thread) {
   auto returned = std::make_shared<std::promise<void>>();
   std::future<void> future = returned->get_future();
@@ -102,8 +100,7 @@ TEST(RendererThread, AJobsOrTheRenderersBuildingExceptionReachesItsCallerAndEnds
       EXPECT_EQ(typeid(e), type);
       EXPECT_EQ(e.what(), message);
     }
-    // The renderer went down with the failed job, on its own thread, and destroying the thread
-    // right after does not block.
+    // The renderer went down with the job, on its own thread; the thread then ends at once.
     EXPECT_EQ(destroyed_on, built_on);
     EXPECT_TRUE(destroyed_promptly(std::move(thread)));
   }
