@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -52,22 +51,6 @@ RgbImage read_rgb(const std::filesystem::path& file) {
   return image;
 }
 
-// The colour of an opaque cairo ARGB32 surface.
-RgbImage surface_rgb(cairo_surface_t* surface) {
-  cairo_surface_flush(surface);
-  RgbImage image{cairo_image_surface_get_width(surface), {}};
-  for (int y = 0; y < cairo_image_surface_get_height(surface); ++y) {
-    const unsigned char* row =
-        cairo_image_surface_get_data(surface) + y * cairo_image_surface_get_stride(surface);
-    for (int x = 0; x < image.width; ++x) {
-      std::uint32_t word = 0;
-      std::memcpy(&word, row + x * 4, sizeof word);
-      image.pixels.push_back(word & 0xFFFFFF);
-    }
-  }
-  return image;
-}
-
 // How many pixels of the 558 x 84 control at (left, top) in `panel` differ from the banner
 // file's lit half (its lower rows) or plain half.
 int differences_from_banner(const RgbImage& panel, int left, int top, bool lit) {
@@ -97,18 +80,22 @@ ControlEvent event_at(PF_EventType type, int x, int y, PF_ParamIndex index = kHe
 // Draws the header control into a 574 x 120 panel painted green, so that anything drawn shows.
 RgbImage draw(EffectHost& host, PF_ParamIndex index = kHeader,
               PF_EventInFlags in_flags = PF_EI_NONE) {
+  // Cairo's ARGB32 pixels are native 32-bit words, drawn straight into the image's.
+  RgbImage image{574, std::vector<std::uint32_t>(574 * 120, 0xFF00FF00u)};
   const std::unique_ptr<cairo_surface_t, decltype(&cairo_surface_destroy)> panel(
-      cairo_image_surface_create(CAIRO_FORMAT_ARGB32, 574, 120), cairo_surface_destroy);
-  cairo_t* canvas = cairo_create(panel.get());
-  cairo_set_source_rgb(canvas, 0.0, 1.0, 0.0);
-  cairo_paint(canvas);
-  cairo_destroy(canvas);
+      cairo_image_surface_create_for_data(reinterpret_cast<unsigned char*>(image.pixels.data()),
+                                          CAIRO_FORMAT_ARGB32, 574, 120, 574 * 4),
+      cairo_surface_destroy);
   ControlEvent event = event_at(PF_Event_DRAW, 0, 0, index);
   event.target = panel.get();
   event.in_flags = in_flags;
   EXPECT_EQ(host.send_event(event), PF_Err_NONE);
   EXPECT_EQ(event.out_flags, PF_EO_HANDLED_EVENT);
-  return surface_rgb(panel.get());
+  cairo_surface_flush(panel.get());
+  for (std::uint32_t& word : image.pixels) {
+    word &= 0xFFFFFF;
+  }
+  return image;
 }
 
 // The plug-in object without a GPU side, which the header's events never need.

@@ -35,11 +35,7 @@
 
 namespace {
 
-using e2e_plugin::entry_for;
-using e2e_plugin::MessageBoxCapture;
-using e2e_plugin::plugin_in;
-using e2e_plugin::real_module_entry;
-using e2e_plugin::StderrCapture;
+using namespace e2e_plugin;
 using lunaform::host::EffectHost;
 using lunaform::host::LayerSize;
 using lunaform::host::RenderCheckoutCall;
@@ -243,7 +239,7 @@ class E2ePluginParams : public testing::Test {
     lunaform::host::Composition comp = host_->composition();
     comp.layers.push_back({.name = "Texture", .content = lunaform::host::SolidLayer{{}, 64, 32}});
     host_->set_composition(comp);
-    e2e_plugin::set_up_instance(*host_);
+    set_up_instance(*host_);
   }
   static void TearDownTestSuite() { host_.reset(); }
   static const PF_ParamDef& def(PF_ParamIndex index) { return host_->params().at(index).received; }
@@ -310,7 +306,7 @@ TEST_F(E2ePluginParams, SeventyNineParametersInThePublishedOrderWithTheirIdsType
 }
 
 TEST_F(E2ePluginParams, OnlySettingsThatCannotActAreGreyedOutAndOnlyUntilTheyCan) {
-  auto& params = e2e_plugin::effect_of(host_->composition()).params;
+  auto& params = effect_of(host_->composition()).params;
   params.clear();
   // The maps whose settings only act on a chosen layer, and those settings.
   const std::map<std::string, std::vector<std::string>> map_settings = {
@@ -400,7 +396,7 @@ TEST_F(E2ePluginParams, EachInstanceHoldsFiveEmptySlotsThatNeitherSavingNorLoadi
 
 TEST(E2ePluginParamTables, RepeatedSetupKeepsEveryChoiceStringWhereTheHostWasGivenIt) {
   EffectHost host(&entry_for<AePluginConnection>);
-  e2e_plugin::set_up_instance(host);
+  set_up_instance(host);
   // Far past the 100 strings reserved the list relocates, but the characters given stay put.
   const std::size_t first = popup_choice_strings.size() - 6;
   const char* first_characters = popup_choice_strings[first]->c_str();

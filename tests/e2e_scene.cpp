@@ -24,11 +24,7 @@
 
 namespace {
 
-using e2e_plugin::effect_of;
-using e2e_plugin::entry_for;
-using e2e_plugin::plugin_in;
-using e2e_plugin::set_up_instance;
-using e2e_plugin::sphere_composition;
+using namespace e2e_plugin;
 using lunaform::host::Color;
 using lunaform::host::Composition;
 using lunaform::host::Layer;
@@ -61,8 +57,8 @@ using K = Operation::Kind;
 // Stands in for the render thread: records every operation, naming new textures from 1001.
 class RecordingClient {
  public:
-  RecordingClient(RenderState& state, const PF_InData& in_data, unsigned int& next_texture)
-      : state_(state), in_data_(in_data), next_texture_(next_texture) {}
+  RecordingClient(RenderState& state, const PF_InData& in_data)
+      : state_(state), in_data_(in_data) {}
 
   void set_output(unsigned int, const render_data& frame) {
     add({.kind = K::set_output, .output = frame});
@@ -94,28 +90,25 @@ class RecordingClient {
   // Records `op` at the current time; returns the texture name it makes.
   unsigned int add(Operation op) {
     op.time = in_data_.current_time;
-    op.result = op.kind >= K::upload_texture ? next_texture_++ : 0;
+    op.result = op.kind >= K::upload_texture ? next_texture++ : 0;
     operations.push_back(std::move(op));
     return operations.back().result;
   }
 
   RenderState& state_;
   const PF_InData& in_data_;
-  unsigned int& next_texture_;
+  static inline unsigned int next_texture = 1001;
 };
 
 // The effect's plug-in object, its frame render command driving a RecordingClient.
 class RecordingPlugin : public AePluginConnection {
  public:
   void on_smart_render(CommandContext& context) override {
-    RecordingClient client(*renderer, *context.in_data, next_texture_);
+    RecordingClient client(*renderer, *context.in_data);
     render_frame(context, *this, *renderer, sample_counter, client);
     frames.push_back(std::move(client.operations));
   }
   std::vector<std::vector<Operation>> frames;  // the operations of each frame, oldest first
-
- private:
-  unsigned int next_texture_ = 1001;
 };
 
 // The operations of `kind` in `operations`, in order.
@@ -376,7 +369,7 @@ TEST_F(E2eScene, SixMotionBlurSamplesSpreadOverHalfAFrameAndAverageWithTimingLin
                             {"Shutter Angle", 180.0}};
   host_->settings().current_time = kFrameTen;
   std::vector<std::string> lines;
-  const e2e_plugin::DebugSinkScope debug([&](std::string_view l) { lines.emplace_back(l); });
+  const DebugSinkScope debug([&](std::string_view l) { lines.emplace_back(l); });
   const std::vector<Operation> ops = render(comp);
   // Per sample: the camera, the five map slots cleared, the lights, the target cleared, the draw.
   std::vector<K> expected_kinds = {K::set_output};
@@ -445,7 +438,7 @@ TEST_F(E2eScene, TheOutputTakesItsGammaFromTheParametersAndRefusesAGammaOfZero) 
   effect_of(comp).params["Gamma"] = 0.0;
   host_->set_composition(comp);
   const std::size_t frames = plugin().frames.size();
-  e2e_plugin::MessageBoxCapture popups;
+  MessageBoxCapture popups;
   ASSERT_EQ(host_->smart_pre_render(), PF_Err_NONE);
   EXPECT_EQ(host_->smart_render(), PF_Err_INTERNAL_STRUCT_DAMAGED);
   ASSERT_EQ(popups.messages.size(), 1u);
@@ -480,7 +473,7 @@ TEST_F(E2eScene, ConvertedMapsAreMadeOnceAFrameFromAnUploadThatIsThenDeleted) {
   effect_of(comp).params["Motion Blur"] = 2.0;
   effect_of(comp).params["Motion Blur Samples"] = 6.0;
   std::vector<std::string> loads;
-  const e2e_plugin::DebugSinkScope debug([&](std::string_view line) {
+  const DebugSinkScope debug([&](std::string_view line) {
     if (line.starts_with("Load Layer ")) {
       loads.emplace_back(line.substr(0, line.find(':')));
     }
