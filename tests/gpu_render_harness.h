@@ -54,12 +54,10 @@ inline render_properties look_at_camera(hxsdk::vec4 eye, hxsdk::vec4 target, flo
   const ref::vec3 rows[3] = {right, cross(forward, right), forward * -1.0};
   render_properties camera;
   camera.view_size = {static_cast<float>(width), static_cast<float>(height)};
-  for (int r = 0; r < 3; ++r) {
-    const float row[4] = {float(rows[r].x), float(rows[r].y), float(rows[r].z),
-                          -float(dot(rows[r], e))};
-    for (int c = 0; c < 4; ++c) {
-      camera.view_matrix[4 * c + r] = row[c];
-    }
+  for (int i = 0; i < 12; ++i) {  // column i / 3, row i % 3
+    const ref::vec3& row = rows[i % 3];
+    const double column[4] = {row.x, row.y, row.z, -dot(row, e)};
+    camera.view_matrix[4 * (i / 3) + i % 3] = float(column[i / 3]);
   }
   camera.view_matrix[15] = 1.0f;
   const float f = 1.0f / std::tan(fov_y * 3.14159265f / 360.0f);
@@ -94,18 +92,17 @@ struct rendered_image {
 
   // Pixel (x, y) in the buffer's units (0-255, 0-32767 or float).
   ref::argb pixel(int x, int y) const {
-    double c[4] = {};
-    for (int i = 0; i < 4; ++i) {
+    const auto channel = [&](int i) -> double {
       const std::byte* at = &bytes[y * row_bytes + (4 * x + i) * bytes_per_channel];
       std::uint16_t word = 0;
       float value = 0.0f;
       std::memcpy(bytes_per_channel == 2 ? static_cast<void*>(&word) : &value, at,
                   bytes_per_channel);
-      c[i] = bytes_per_channel == 1   ? std::to_integer<int>(*at)
+      return bytes_per_channel == 1   ? std::to_integer<int>(*at)
              : bytes_per_channel == 2 ? word
                                       : value;
-    }
-    return {c[0], c[1], c[2], c[3]};
+    };
+    return {channel(0), channel(1), channel(2), channel(3)};
   }
 
   // The frame description that points the renderer's output at this buffer.

