@@ -37,7 +37,7 @@ MATCHER_P(Near, expected, "") {
          std::abs(arg.z - expected.z) < 1e-9;
 }
 
-TEST(Animated, InterpolatesLinearlyBetweenKeysAndHoldsTheEndValuesOutside) {
+TEST(Composition, KeysInterpolateLinearlyAndHoldOutsideAndTimesCount120UnitsAFrame) {
   Animated<double> value = 7.0;
   EXPECT_EQ(value.at(-3), 7.0);
   value.set_key(2.0, 30.0);  // keys given out of order
@@ -60,9 +60,8 @@ TEST(Animated, InterpolatesLinearlyBetweenKeysAndHoldsTheEndValuesOutside) {
   color.set_key(10, lh::Color{1, 0, 0, 1});
   color.set_key(11, lh::Color{0, 0, 1, 0});
   EXPECT_EQ(color.at(10.25), (lh::Color{0.75, 0, 0.25, 0.75}));
-}
 
-TEST(Composition, TimesCountOneHundredTwentyUnitsPerFrameAndLayersRunToTheEnd) {
+  // Layers run to the composition's end; times count 120 units a frame.
   lh::Composition comp = lh::default_composition();  // 10 s
   Layer light{.name = "Light", .in_point = 2.5, .content = lh::LightLayer{}};
   EXPECT_DOUBLE_EQ(lh::layer_duration(comp, light), 7.5);

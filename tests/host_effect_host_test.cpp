@@ -413,68 +413,58 @@ TEST(EffectHostOutput, WorldsHavePaddedRowsAndAreClearedBeforeEachRenderAtEveryD
 
 // Layer pixels as the composition gives them: a 3 x 2 float image "Photo" and a 101 x 51
 // solid "Grey", read by a module that copies the map's pixels in Smart Render.
-class EffectHostLayerPixels : public testing::Test {
- protected:
-  void render(const char* layer, int bits, PF_RationalScale downsample) {
-    lh::Composition comp = lh::default_composition();
-    auto image = std::make_shared<lh::Image>();
-    image->width = 3;
-    image->height = 2;
-    image->rgba = {0.2f, 0.4f, 0.6f, 0.5f, 1.5f, -0.25f, 1.0f, 1.0f, 0.0f,  0.0f, 0.0f,  0.0f,
-                   0.1f, 0.1f, 0.1f, 1.0f, 0.3f, 0.3f,   0.3f, 0.3f, 0.88f, 0.8f, 0.72f, 0.6f};
-    comp.layers.push_back(
-        lh::Layer{.name = "Photo", .content = lh::FootageLayer{"photo.exr", image}});
-    comp.layers.push_back(
-        lh::Layer{.name = "Grey", .content = lh::SolidLayer{{0.5, 0.25, 1, 1}, 101, 51}});
-    std::get<lh::EffectLayer>(comp.layers[0].content).params = {
-        {"Diffuse Layer", lh::LayerRef{layer}}};
-    host_.set_composition(comp);
-    ASSERT_EQ(host_.params_setup(), PF_Err_NONE);
-    host_.settings().bits_per_channel = bits;
-    host_.settings().downsample_x = host_.settings().downsample_y = downsample;
-    ASSERT_EQ(host_.smart_pre_render(), PF_Err_NONE);
-    ASSERT_EQ(host_.smart_render(), PF_Err_NONE);
-    EXPECT_THAT(host_.problems(), IsEmpty());
-  }
-
-  // Pixel (x, y) of the copy as alpha, red, green, blue.
-  template <typename Channel>
-  std::vector<Channel> pixel(int x, int y) const {
-    std::vector<Channel> argb(4);
-    std::memcpy(argb.data(),
-                bytes_.data() + static_cast<size_t>(y) * world_.rowbytes + x * 4 * sizeof(Channel),
-                4 * sizeof(Channel));
-    return argb;
-  }
-
-  std::vector<std::byte> bytes_;
-  PF_EffectWorld world_{};
-  SmartModule module_{[this](PF_InData* in, PF_SmartRenderExtra* render) -> PF_Err {
+TEST(EffectHostLayerPixels, DownsamplingTakesThePixelUnderEachCentreAndSolidsAreTheirColour) {
+  std::vector<std::byte> bytes;
+  PF_EffectWorld world{};
+  SmartModule module([&](PF_InData* in, PF_SmartRenderExtra* render) -> PF_Err {
     PF_EffectWorld* pixels = nullptr;
     const PF_Err err = render->cb->checkout_layer_pixels(in->effect_ref, kMapId, &pixels);
     if (err != PF_Err_NONE || pixels == nullptr) {
       return err;
     }
-    world_ = *pixels;
+    world = *pixels;
     const auto* start = reinterpret_cast<const std::byte*>(pixels->data);
-    bytes_.assign(start, start + static_cast<size_t>(pixels->rowbytes) * pixels->height);
+    bytes.assign(start, start + static_cast<size_t>(pixels->rowbytes) * pixels->height);
     return render->cb->checkin_layer_pixels(in->effect_ref, kMapId);
-  }};
-  EffectHost host_{&ScriptedEntry::entry};
-};
-
-TEST_F(EffectHostLayerPixels, DownsamplingTakesThePixelUnderEachCentreAndSolidsAreTheirColour) {
+  });
+  EffectHost host(&ScriptedEntry::entry);
+  lh::Composition comp = lh::default_composition();
+  const auto image = std::make_shared<lh::Image>(lh::Image{
+      3, 2, {0.2f, 0.4f, 0.6f, 0.5f, 1.5f, -0.25f, 1.0f, 1.0f, 0.0f,  0.0f, 0.0f,  0.0f,
+             0.1f, 0.1f, 0.1f, 1.0f, 0.3f, 0.3f,   0.3f, 0.3f, 0.88f, 0.8f, 0.72f, 0.6f}});
+  comp.layers.push_back(
+      lh::Layer{.name = "Photo", .content = lh::FootageLayer{"photo.exr", image}});
+  comp.layers.push_back(
+      lh::Layer{.name = "Grey", .content = lh::SolidLayer{{0.5, 0.25, 1, 1}, 101, 51}});
+  const auto render = [&](const char* layer, int bits, PF_RationalScale downsample) {
+    std::get<lh::EffectLayer>(comp.layers[0].content).params = {
+        {"Diffuse Layer", lh::LayerRef{layer}}};
+    host.set_composition(comp);
+    ASSERT_EQ(host.params_setup(), PF_Err_NONE);
+    host.settings().bits_per_channel = bits;
+    host.settings().downsample_x = host.settings().downsample_y = downsample;
+    ASSERT_EQ(host.smart_pre_render(), PF_Err_NONE);
+    ASSERT_EQ(host.smart_render(), PF_Err_NONE);
+    EXPECT_THAT(host.problems(), IsEmpty());
+  };
+  // Pixel (x, y) of the copy as alpha, red, green, blue, in the type of `channel`.
+  const auto pixel = [&](auto channel, int x, int y) {
+    std::vector<decltype(channel)> argb(4);
+    const size_t size = sizeof channel;
+    std::memcpy(argb.data(), bytes.data() + y * size_t(world.rowbytes) + x * 4 * size, 4 * size);
+    return argb;
+  };
   // At reduced resolution, the source pixel under each centre: at half size the centres lie at
   // source (1, 1) and (3, 1), the second past the edge, so it takes column 2.
   render("Photo", 32, {1, 2});
-  ASSERT_THAT(nums(world_.width, world_.height), ElementsAre(2, 1));  // ceil(3 / 2) x 1
-  EXPECT_THAT(pixel<float>(0, 0), ElementsAre(0.3f, 0.3f, 0.3f, 0.3f));
-  EXPECT_THAT(pixel<float>(1, 0), ElementsAre(0.6f, 0.88f, 0.8f, 0.72f));
+  ASSERT_THAT(nums(world.width, world.height), ElementsAre(2, 1));  // ceil(3 / 2) x 1
+  EXPECT_THAT(pixel(0.0f, 0, 0), ElementsAre(0.3f, 0.3f, 0.3f, 0.3f));
+  EXPECT_THAT(pixel(0.0f, 1, 0), ElementsAre(0.6f, 0.88f, 0.8f, 0.72f));
   render("Grey", 8, {1, 4});  // a solid is its colour everywhere
-  ASSERT_THAT(nums(world_.width, world_.height), ElementsAre(26, 13));  // ceil(101 / 4) ...
+  ASSERT_THAT(nums(world.width, world.height), ElementsAre(26, 13));  // ceil(101 / 4) ...
   for (const auto& [x, y] :
        {std::pair{0, 0}, std::pair{25, 0}, std::pair{0, 12}, std::pair{25, 12}}) {
-    EXPECT_THAT(pixel<A_u_char>(x, y), ElementsAre(255, 128, 64, 255)) << x << "," << y;
+    EXPECT_THAT(pixel(A_u_char{}, x, y), ElementsAre(255, 128, 64, 255)) << x << "," << y;
   }
 }
 

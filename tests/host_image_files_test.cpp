@@ -82,18 +82,6 @@ std::string rgba8_png(uint32_t width, uint32_t height, const std::vector<uint8_t
   return png;
 }
 
-// Stored values in the file's own units (0-255, 0-65535, or float), converted to its type.
-std::vector<std::byte> native_bytes(const std::vector<double>& stored, OIIO::TypeDesc format) {
-  std::vector<std::byte> bytes(stored.size() * format.size());
-  for (size_t i = 0; i < stored.size(); ++i) {
-    const auto put = [&](auto v) { std::memcpy(bytes.data() + i * sizeof v, &v, sizeof v); };
-    format == OIIO::TypeDesc::UINT8    ? put(static_cast<uint8_t>(stored[i]))
-    : format == OIIO::TypeDesc::UINT16 ? put(static_cast<uint16_t>(stored[i]))
-                                       : put(static_cast<float>(stored[i]));
-  }
-  return bytes;
-}
-
 TEST(FootageReader, EveryFormatAndLayoutBecomesStraightFiniteFloatRgba) {
   struct Case {
     const char* file;
@@ -122,7 +110,13 @@ TEST(FootageReader, EveryFormatAndLayoutBecomesStraightFiniteFloatRgba) {
   const host_test::TempFolder folder;
   for (const Case& c : cases) {
     SCOPED_TRACE(c.file);
-    const std::vector<std::byte> bytes = native_bytes(c.stored, c.format);
+    std::vector<std::byte> bytes(c.stored.size() * c.format.size());  // in the file's type
+    for (size_t i = 0; i < c.stored.size(); ++i) {
+      const auto put = [&](auto v) { std::memcpy(bytes.data() + i * sizeof v, &v, sizeof v); };
+      c.format == U8    ? put(static_cast<uint8_t>(c.stored[i]))
+      : c.format == U16 ? put(static_cast<uint16_t>(c.stored[i]))
+                        : put(static_cast<float>(c.stored[i]));
+    }
     const int width = static_cast<int>(c.stored.size()) / c.channels;
     write_image(folder / c.file, image_layout(width, 1, c.channels, c.format), bytes.data());
     const lunaform::host::Footage footage = read_footage(folder / c.file);
@@ -417,7 +411,7 @@ TEST(RenderOptionText, ChunksShareTheFramesNearlyEquallyInOrder) {
   EXPECT_EQ(chunk_frames({0, 9, 1}, {3, 4}), (std::vector<int>{8, 9}));
 }
 
-TEST(RenderOptionText, RegionsAreRectanglesInsideTheLayer) {
+TEST(RenderOptionText, RegionsAreRectanglesInsideTheLayerAndOutputNamesGiveFrameTypeAndDepth) {
   namespace lh = lunaform::host;
   const PF_LRect region = lh::parse_region("10,20,30,40");
   EXPECT_THAT(std::vector({region.left, region.top, region.right, region.bottom}),
@@ -437,10 +431,8 @@ TEST(RenderOptionText, RegionsAreRectanglesInsideTheLayer) {
   EXPECT_NO_THROW(lh::check_region({959, 539, 960, 540}, {960, 540}));
   EXPECT_THROW(lh::check_region({900, 0, 961, 10}, {960, 540}), HostError);
   EXPECT_THROW(lh::check_region({0, 500, 10, 541}, {960, 540}), HostError);
-}
 
-TEST(RenderOptionText, OutputNamesGiveTheFrameFileTypeAndDepths) {
-  namespace lh = lunaform::host;
+  // Output names give the frame, the file type and its depths.
   const std::tuple<std::string, int, std::string> names[] = {
       {"out.####.png", 7, "out.0007.png"},
       {"shots/take.##.exr", 123, "shots/take.123.exr"},

@@ -289,7 +289,7 @@ TEST(SceneLightRecords, HostTimesConvertToTheEffectScaleAndLayersLiveUntilJustBe
   }
 }
 
-TEST(SceneMotionBlur, PopupAndHostSwitchesDecideSamplesAndShutterWhichSpreadTheSubFrames) {
+TEST(SceneMotionBlur, SwitchesDecideSamplesAndShutterWhichSpreadSubFramesAndRefuseUnusableValues) {
   constexpr AEGP_CompFlags kComp = AEGP_CompFlag_ENABLE_MOTION_BLUR;
   constexpr AEGP_LayerFlags kLayer = AEGP_LayerFlag_MOTION_BLUR;
   // The composition's shutter is 1/4 of a frame; the effect's own: 6.4 samples over 270°.
@@ -321,15 +321,12 @@ TEST(SceneMotionBlur, PopupAndHostSwitchesDecideSamplesAndShutterWhichSpreadTheS
     EXPECT_EQ(sub_frame_time(90, 1, sample, six), 90);
   }
   EXPECT_EQ(sub_frame_time(kEndOfTime - 5, 120, 5, six), kEndOfTime);
-}
 
-TEST(SceneMotionBlur, UnusableValuesAreRefusedOnlyWhereTheyWouldBeUsed) {
+  // Unusable values are refused only where they would be used.
   const float nan = std::numeric_limits<float>::quiet_NaN();
-  const AEGP_CompFlags comp = AEGP_CompFlag_ENABLE_MOTION_BLUR;
-  const AEGP_LayerFlags layer = AEGP_LayerFlag_MOTION_BLUR;
-  EXPECT_THROW(choose_motion_blur({comp, layer, {1, 0}, kMotionBlurCompSettings, 6, 0}),
+  EXPECT_THROW(choose_motion_blur({kComp, kLayer, {1, 0}, kMotionBlurCompSettings, 6, 0}),
                hx_exception);
-  EXPECT_EQ(choose_motion_blur({comp, layer, {1, 0}, kMotionBlurOff, 6, 0}).sample_count, 1u);
+  EXPECT_EQ(choose_motion_blur({kComp, kLayer, {1, 0}, kMotionBlurOff, 6, 0}).sample_count, 1u);
   for (const auto& [samples, angle] :
        std::vector<std::pair<float, float>>{{nan, 180}, {100000, 180}, {6, nan}}) {
     EXPECT_THROW(choose_motion_blur({0, 0, {1, 2}, kMotionBlurOn, samples, angle}), hx_exception)
