@@ -53,9 +53,8 @@ using testing::StartsWith;
 using testing::StrEq;
 using testing::ThrowsMessage;
 
-// A minimal 8-bit RGBA PNG (signature, IHDR, one IDAT, IEND) written byte by byte, so that the
-// file's stored values are known without any image library: what the reader returns can then
-// only come from the bytes written here.
+// A minimal 8-bit RGBA PNG (signature, IHDR, one IDAT, IEND) written byte by byte, so that its
+// stored values are known without any image library.
 std::string rgba8_png(uint32_t width, uint32_t height, const std::vector<uint8_t>& rgba) {
   const auto be32 = [](uint32_t v) {
     return std::string{char(v >> 24), char(v >> 16), char(v >> 8), char(v)};
@@ -120,13 +119,11 @@ TEST(FootageReader, EveryFormatAndLayoutBecomesStraightFiniteFloatRgba) {
     const int width = static_cast<int>(c.stored.size()) / c.channels;
     write_image(folder / c.file, image_layout(width, 1, c.channels, c.format), bytes.data());
     const lunaform::host::Footage footage = read_footage(folder / c.file);
-    EXPECT_EQ(footage.image.width, width);
-    EXPECT_EQ(footage.image.height, 1);
+    EXPECT_TRUE(footage.image.width == width && footage.image.height == 1);
     EXPECT_THAT(footage.image.rgba, Pointwise(FloatNear(c.tolerance), c.expected));
     EXPECT_EQ(footage.warning, "");
   }
-  // A half-transparent red and a quarter-transparent purple, whose colour would change if it
-  // were multiplied by alpha, in a PNG written by hand.
+  // Colour stays straight: half-transparent red, quarter-transparent purple, in a PNG by hand.
   const auto png =
       folder.write("straight.png", rgba8_png(2, 1, {255, 0, 0, 128, 102, 51, 153, 64}));
   EXPECT_THAT(
@@ -278,9 +275,8 @@ TEST(FrameWriter, WorldsAreStoredAsStraightRgbaWithoutTheRowPaddingAndSixteenBit
   const std::uint16_t host16[] = {0, 1, 100, 16384, 32767, 32768, 40000, 65535};
   const std::uint16_t file[] = {0, 2, 200, 32768, 65533, 65535, 65535, 65535};
   constexpr A_long kCount = 8;
-  // Each case in a channel of its own, so a wrong channel order shows as well: pixel i holds
-  // case i as red, the next as green, the one after as blue and the one before as alpha, on
-  // both rows (the second row is read past the first row's padding).
+  // A wrong channel order shows too: pixel i holds cases i, i + 1, i + 2 as red, green, blue
+  // and i - 1 as alpha, on both rows (the second read past the first row's padding).
   const auto at = [&](A_long i) { return (i + kCount) % kCount; };
   PixelWorld world(kCount, 2, 16);
   for (A_long i = 0; i < 2 * kCount; ++i) {
@@ -369,9 +365,8 @@ TEST(RenderOptionText, FramesAreInclusiveStepsOfWholeNumbersInsideTheComposition
     EXPECT_THAT([&] { lunaform::host::parse_frame_chunk(bad); },
                 ThrowsMessage<HostError>(HasSubstr(problem)));
   }
-  // A frame counts when it starts before the composition ends: 10 s at 30 fps in units of
-  // 1/3600 s; 5 s at 29.97 fps (149.85 frames: the last one partial); one frame exactly; one
-  // unit more starts a second frame; nothing.
+  // A frame counts when it starts before the end: 10 s at 30 fps (units of 1/3600 s); 5 s at
+  // 29.97 fps (149.85 frames); one frame exactly; one unit more; nothing.
   std::vector<int> counts;
   for (const auto& [total, step] : {std::pair{36000, 120}, std::pair{18000000, 120120},
                                     std::pair{120, 120}, std::pair{121, 120}, std::pair{0, 120}}) {

@@ -196,8 +196,7 @@ PiplWriter bare_pipl(const std::string& skip = "", const std::string& kind = "eF
   return writer;
 }
 
-// The twelve properties of an effect, in the order the effect's resource lists them. Four of
-// the values are four bytes long and so carry no padding.
+// An effect's twelve properties in its resource's order; four values of 4 bytes carry no padding.
 PiplWriter effect_pipl() {
   PiplWriter writer;
   writer.add("kind", W::code("eFKT"))

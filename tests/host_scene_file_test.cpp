@@ -168,28 +168,28 @@ TEST(SceneFile, FullSceneLoadsIntoTheModelWithEveryValue) {
   EXPECT_THAT(xyz(camera.transform.point_of_interest->at(0)), near({300, 200, 0}));
 
   // A spot light with every value set; its colour halfway between its keys at 2 s.
+  const auto light = [&](int i) -> const lh::LightLayer& {
+    return content<lh::LightLayer>(comp.layers[i]);
+  };
+  EXPECT_THAT(std::vector({light(4).type, light(5).type, light(6).type, light(7).type}),
+              ElementsAre(lh::LightType::spot, lh::LightType::parallel, lh::LightType::point,
+                          lh::LightType::ambient));
   const Layer& key = comp.layers[4];
-  const auto& spot = content<lh::LightLayer>(key);
-  EXPECT_EQ(spot.type, lh::LightType::spot);
+  const auto& spot = light(4);
   EXPECT_THAT(rgba(spot.color.at(2)), near({0.5, 0.75, 1, 1}));
   EXPECT_THAT(nums(spot.intensity_percent.at(0), spot.cone_angle_degrees.at(0),
                    spot.cone_feather_percent.at(0), spot.falloff_distance.at(0), key.in_point,
                    *key.duration),
               ElementsAre(200, 80, 40, 700, 0.5, 3));
 
-  // A parallel light without values stands where the default camera stands and looks at the
-  // composition's centre, white at 100 %.
+  // A parallel light without values stands at the default camera, aimed at the centre, white.
   const Layer& sun = comp.layers[5];
-  EXPECT_EQ(content<lh::LightLayer>(sun).type, lh::LightType::parallel);
   EXPECT_THAT(xyz(sun.transform.position.at(0)), near({320, 180, -fifty_mm(640)}));
   EXPECT_THAT(xyz(sun.transform.point_of_interest->at(0)), near({320, 180, 0}));
-  EXPECT_THAT(rgba(content<lh::LightLayer>(sun).color.at(0)), near({1, 1, 1, 1}));
-  EXPECT_EQ(content<lh::LightLayer>(sun).intensity_percent.at(0), 100);
-  const Layer& bulb = comp.layers[6];
-  EXPECT_EQ(content<lh::LightLayer>(bulb).type, lh::LightType::point);
-  EXPECT_EQ(content<lh::LightLayer>(bulb).intensity_percent.at(0), -50);
-  EXPECT_FALSE(bulb.transform.point_of_interest.has_value());
-  EXPECT_EQ(content<lh::LightLayer>(comp.layers[7]).type, lh::LightType::ambient);
+  EXPECT_THAT(rgba(light(5).color.at(0)), near({1, 1, 1, 1}));
+  EXPECT_THAT(nums(light(5).intensity_percent.at(0), light(6).intensity_percent.at(0)),
+              ElementsAre(100, -50));
+  EXPECT_FALSE(comp.layers[6].transform.point_of_interest.has_value());
 
   // The effect layer: its own size and aspect; its values by the module's parameter list.
   const auto& effect = content<lh::EffectLayer>(comp.layers[8]);
@@ -255,8 +255,7 @@ TEST(SceneFile, DefaultsApplyWhenTheFileLeavesThemOutAndNanFootageWarnsOnce) {
               testing::StartsWith("'" + (folder / "dirty.exr").string() + "': 1 NaN"));
 }
 
-// A scene that holds `layers` (the inside of the list), with an effect layer last unless the
-// case leaves it out.
+// A scene holding `layers` (the inside of the list).
 std::string scene(const std::string& layers) {
   return R"({ "layers": [ )" + layers + " ] }";
 }

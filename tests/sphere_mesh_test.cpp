@@ -1,5 +1,4 @@
-// The built-in sphere mesh: its embedded streams, its geometry, its texture coordinates and
-// tangents against the sphere's own directions, its upload.
+// The built-in sphere mesh: its streams, geometry, texture coordinates, tangents and upload.
 #include "renderer/sphere_mesh.h"
 
 #include <gtest/gtest.h>
@@ -167,8 +166,7 @@ TEST(SphereMesh, TrianglesOwnTheirVerticesWoundOutwardOnAnIcosahedronSubdividedF
   EXPECT_TRUE(five == 12 && six == 16002 - 12) << five << " and " << six;
 }
 
-// The gradient, within the plane of triangle (a, b, c), of the linear function that takes the
-// values fa, fb, fc at the corners.
+// The in-plane gradient over triangle (a, b, c) of the linear function fa, fb, fc at its corners.
 vec3 in_plane_gradient(const vec3& a, const vec3& b, const vec3& c, double fa, double fb,
                        double fc) {
   const vec3 e1 = b - a, e2 = c - a, n = cross(e1, e2);
@@ -211,9 +209,8 @@ TEST(SphereMesh, RecordsHoldUnitNormalsLongitudeAndHeightAsUvAndTangentsAlongU) 
           is_pole(words(3 * t + k, 0)) && (u[k] < std::min(u[(k + 1) % 3], u[(k + 2) % 3]) ||
                                            u[k] > std::max(u[(k + 1) % 3], u[(k + 2) % 3]));
     }
-    // Tangents are unit, at right angles to the normal, and run where u grows within the
-    // triangle and eastward on the sphere; the shader's bitangent w (n × t) runs where v grows
-    // and northward.
+    // Tangents are unit, across the normal, along growing u and eastward; the shader's bitangent
+    // w (n × t) runs along growing v and northward.
     const vec3 a = words(3 * t, 0), b = words(3 * t + 1, 0), c = words(3 * t + 2, 0);
     const vec3 grad_u = in_plane_gradient(a, b, c, u[0], u[1], u[2]);
     const vec3 grad_v =

@@ -137,8 +137,7 @@ constexpr int kHeight = 1080;
 // The distance of a 50 mm lens: half the width over tan(39.6° / 2).
 const double kDefaultZoom = kWidth / 2.0 / std::tan(39.6 / 2.0 * kPi / 180.0);
 
-// A camera as a host describes one (its axes x right, y down, z ahead as the columns of `turn`);
-// by default the host's own camera.
+// A camera as a host describes one (axes x right, y down, z ahead: the columns of `turn`).
 host_camera camera(Vec3 position = {kWidth / 2.0, kHeight / 2.0, -kDefaultZoom},
                    double zoom = kDefaultZoom, const Grid& turn = kIdentity, bool has_layer = false,
                    bool orthographic = false) {
@@ -201,8 +200,7 @@ TEST(SceneCameraView, WorldPointsLandWhereThePinholeCameraPutsThem) {
             "camera " + std::to_string(c) + ", placement " + std::to_string(p));
       }
     }
-    // The eye is the camera's position, and the view looks down -z: a point 100 pixels
-    // straight ahead lands at view (0, 0, -100).
+    // The eye is the camera's position; a point 100 pixels ahead lands at view (0, 0, -100).
     const render_properties properties = camera_render_properties(cameras[c], placement(1));
     const auto& m = cameras[c].camera_to_world.mat;
     expect_near(properties.eye_position, {m[3][0], m[3][1], m[3][2], 0}, "eye", 1e-3);
@@ -259,16 +257,14 @@ TEST(SceneLightRecords, EachTypeKeepsOnlyTheFieldsItUsesAndIntensityScalesTheCol
     expect_near(light_from_host(host, 1.0f).color, {scale, 0.5 * scale, 0.25 * scale, 1},
                 "intensity " + std::to_string(intensity));
   }
-  // Without lights, the white key light shines from (-10000, -10000, 0) toward the origin (the
-  // pair's types and fill are the scene suite's to check).
+  // Without lights, the white key light shines from (-10000, -10000, 0) toward the origin.
   const light_properties key = default_lights().at(0);
   expect_near(key.direction, {std::sqrt(0.5), std::sqrt(0.5), 0, 0});
   expect_near(key.color, {1, 1, 1, 1});
 }
 
 TEST(SceneLightRecords, HostTimesConvertToTheEffectScaleAndLayersLiveUntilJustBeforeTheirEnd) {
-  // Value, scale, effect scale, effect time: truncated toward zero (1/7 s is 4.29 ticks of
-  // 1/30), without overflow.
+  // Value, scale, effect scale, effect time: truncated toward zero, without overflow.
   const A_long times[][4] = {{30, 30, 3600, 3600},
                              {1, 24, 3600, 150},
                              {1, 7, 30, 4},
@@ -368,8 +364,7 @@ TEST(SceneParamConversions, ValuesBecomeTheRenderersUnitsAndOrientationsTurnAbou
   }
   EXPECT_TRUE(flag_from_value(0) == 0 && flag_from_value(1) == 1 && flag_from_value(-7) == 1 &&
               flag_from_value(256) == 1);
-  // "Position" (480, 270, -100) as delivered at each downsampling, back in full-resolution
-  // square pixels.
+  // "Position" (480, 270, -100) at each downsampling, back in full-resolution square pixels.
   for (const auto& [aspect, downsample, expected] :
        std::vector<std::tuple<float, float, Vec4>>{{1, 1, {480, 270, -100, 0}},
                                                    {1, 2, {960, 540, -200, 0}},
