@@ -1,6 +1,5 @@
 // The host with its test modules, and lunaform-render run as a user runs it: what it prints and
 // writes, with the frame script's module (frame 0 white, frame 1 untouched, frame 2 fails).
-#include <OpenImageIO/imageio.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -20,11 +19,13 @@
 #include "host/effect_host.h"
 #include "host/host_error.h"
 #include "host/module.h"
+#include "tests/e2e_plugin_support.h"
 #include "tests/host_temp_folder.h"
 #include "tests/shell_command.h"
 
 namespace {
 
+using namespace e2e_plugin;
 using lunaform::host::EffectHost;
 using lunaform::host::HostError;
 using lunaform::host::Module;
@@ -94,29 +95,6 @@ std::string last_line(std::string text) {
     text.pop_back();
   }
   return text.substr(text.rfind('\n') + 1);
-}
-
-// A written frame: size, channels, type, and every channel as a float (white 1), colour straight.
-struct StoredFrame {
-  int width = 0, height = 0, channels = 0;
-  OIIO::TypeDesc format;
-  std::vector<float> values;
-};
-
-StoredFrame read_frame(const std::filesystem::path& file) {
-  OIIO::ImageSpec config;
-  config.attribute("oiio:UnassociatedAlpha", 1);
-  const std::unique_ptr<OIIO::ImageInput> input = OIIO::ImageInput::open(file.string(), &config);
-  if (!input) {
-    ADD_FAILURE() << file << ": " << OIIO::geterror();
-    return {};
-  }
-  const OIIO::ImageSpec& spec = input->spec();
-  StoredFrame frame{spec.width, spec.height, spec.nchannels, spec.format,
-                    std::vector<float>(spec.image_pixels() * std::size_t(spec.nchannels))};
-  EXPECT_TRUE(
-      input->read_image(0, 0, 0, spec.nchannels, OIIO::TypeDesc::FLOAT, frame.values.data()));
-  return frame;
 }
 
 TEST(E2eRenderTool, EveryBadInputEndsWithOneClearLineAndWritesNothing) {

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <OpenImageIO/imageio.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -59,36 +61,53 @@ class StderrCapture {
   bool taken_ = false;
 };
 
+// Installs a sink through `set` while alive, then gives the previous one back.
+template <typename Sink, Sink (*set)(Sink)>
+class SinkScope {
+ public:
+  explicit SinkScope(Sink sink) : previous_(set(std::move(sink))) {}
+  ~SinkScope() { set(std::move(previous_)); }
+  SinkScope(const SinkScope&) = delete;
+  SinkScope& operator=(const SinkScope&) = delete;
+
+ private:
+  Sink previous_;
+};
+
+// Sends the module's debug lines to a sink while alive.
+using DebugSinkScope = SinkScope<hxsdk::DebugSink, hxsdk::set_debug_sink>;
+
 // Collects the message boxes that in-process plug-in code shows while alive.
-class MessageBoxCapture {
- public:
-  MessageBoxCapture()
-      : previous_(
-            hxsdk::set_message_box_sink([this](std::string_view title, std::string_view text) {
-              messages.emplace_back(title, text);
-            })) {}
-  ~MessageBoxCapture() { hxsdk::set_message_box_sink(std::move(previous_)); }
-  MessageBoxCapture(const MessageBoxCapture&) = delete;
-  MessageBoxCapture& operator=(const MessageBoxCapture&) = delete;
-
+struct MessageBoxCapture {
   std::vector<std::pair<std::string, std::string>> messages;
-
- private:
-  hxsdk::MessageBoxSink previous_;
+  SinkScope<hxsdk::MessageBoxSink, hxsdk::set_message_box_sink> scope{
+      [this](std::string_view title, std::string_view text) {
+        messages.emplace_back(title, text);
+      }};
 };
 
-// Sends the module's debug lines to `sink` while alive.
-class DebugSinkScope {
- public:
-  explicit DebugSinkScope(hxsdk::DebugSink sink)
-      : previous_(hxsdk::set_debug_sink(std::move(sink))) {}
-  ~DebugSinkScope() { hxsdk::set_debug_sink(std::move(previous_)); }
-  DebugSinkScope(const DebugSinkScope&) = delete;
-  DebugSinkScope& operator=(const DebugSinkScope&) = delete;
-
- private:
-  hxsdk::DebugSink previous_;
+// A written frame: size, channels, type, and every channel as a float (white 1), colour straight.
+struct StoredFrame {
+  int width = 0, height = 0, channels = 0;
+  OIIO::TypeDesc format;
+  std::vector<float> values;
 };
+
+inline StoredFrame read_frame(const std::filesystem::path& file) {
+  OIIO::ImageSpec config;
+  config.attribute("oiio:UnassociatedAlpha", 1);
+  const std::unique_ptr<OIIO::ImageInput> input = OIIO::ImageInput::open(file.string(), &config);
+  if (!input) {
+    ADD_FAILURE() << file << ": " << OIIO::geterror();
+    return {};
+  }
+  const OIIO::ImageSpec& spec = input->spec();
+  StoredFrame frame{spec.width, spec.height, spec.nchannels, spec.format,
+                    std::vector<float>(spec.image_pixels() * std::size_t(spec.nchannels))};
+  EXPECT_TRUE(
+      input->read_image(0, 0, 0, spec.nchannels, OIIO::TypeDesc::FLOAT, frame.values.data()));
+  return frame;
+}
 
 // Takes `host` through global, parameter and sequence setup, as a host does before it shows
 // the effect; the build line global setup writes is swallowed.

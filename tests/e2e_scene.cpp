@@ -178,11 +178,11 @@ class E2eScene : public testing::Test {
 constexpr double kPi = 3.14159265358979323846;
 constexpr A_long kFrameTen = 10 * 120;  // the host's time step is 120 at 30 frames per second
 
-void expect_vec4(const hxsdk::vec4& actual, std::array<double, 4> expected, const std::string& what,
-                 double tolerance = 1e-5) {
+void expect_vec4(const hxsdk::vec4& actual, std::array<double, 4> expected,
+                 const std::string& what) {
   const std::array<double, 4> got{actual.x, actual.y, actual.z, actual.w};
   for (int i = 0; i < 4; ++i) {
-    EXPECT_NEAR(got[i], expected[i], tolerance) << what << ", component " << i;
+    EXPECT_NEAR(got[i], expected[i], 1e-5) << what << ", component " << i;
   }
 }
 
