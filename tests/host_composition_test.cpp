@@ -75,10 +75,7 @@ TEST(Composition, KeysInterpolateLinearlyAndHoldOutsideAndTimesCount120UnitsAFra
 }
 
 TEST(CheckComposition, RefusesWhatTheHostCannotServeWithOneLineNamingTheProblem) {
-  auto image = std::make_shared<lh::Image>();
-  image->width = 2;
-  image->height = 2;
-  image->rgba.assign(15, 0.0f);
+  const auto image = std::make_shared<lh::Image>(lh::Image{2, 2, std::vector<float>(15)});
   const auto add = [](lh::Composition& c, std::string name, lh::LayerContent content) {
     c.layers.push_back(Layer{.name = std::move(name), .content = std::move(content)});
   };

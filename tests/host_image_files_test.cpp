@@ -402,8 +402,6 @@ TEST(RenderOptionText, ChunksShareTheFramesNearlyEquallyInOrder) {
     EXPECT_TRUE(std::is_sorted(sizes.rbegin(), sizes.rend()));
     EXPECT_LE(sizes.front() - sizes.back(), 1);
   }
-  EXPECT_EQ(chunk_frames({0, 9, 1}, {1, 4}), (std::vector<int>{3, 4, 5}));
-  EXPECT_EQ(chunk_frames({0, 9, 1}, {3, 4}), (std::vector<int>{8, 9}));
 }
 
 TEST(RenderOptionText, RegionsAreRectanglesInsideTheLayerAndOutputNamesGiveFrameTypeAndDepth) {
