@@ -31,10 +31,6 @@ const std::filesystem::path kModules = LUNAFORM_TEST_MODULE_DIR;
 const std::filesystem::path kExamples =
     std::filesystem::path(__FILE__).parent_path().parent_path() / "examples";
 
-std::string in_quotes(const std::filesystem::path& path) {
-  return "'" + path.string() + "'";
-}
-
 std::size_t count_of(const std::string& text, const std::string& part) {
   std::size_t count = 0;
   for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
@@ -53,7 +49,8 @@ TEST(E2eInjectedFaults, EachFaultOfARenderEndsInOneLineItsExitCodeAndOnlyWholeFr
   };
   const bool root = geteuid() == 0;
   const std::string frames = " scene.json --frames 0-2 --downsample 8 -o 'out/f.#.png'";
-  const std::string hooked = "--module " + in_quotes(kModules / "host_frame_script.so") + frames;
+  const std::string hooked =
+      "--module " + e2e_plugin::quoted(kModules / "host_frame_script.so") + frames;
   const std::string failed =
       "(66)\nLunaform Exception: Lunaform failed to initialize with error:\n\n";
   struct Case {
@@ -91,8 +88,8 @@ TEST(E2eInjectedFaults, EachFaultOfARenderEndsInOneLineItsExitCodeAndOnlyWholeFr
                                    std::filesystem::perm_options::add);
     }
     const ShellRun run =
-        run_shell_command("cd " + in_quotes(folder.path()) + " && env -u DISPLAY " + c.before +
-                          " " + LUNAFORM_RENDER_PATH + " " + c.arguments + " 2>&1");
+        run_shell_command("cd " + e2e_plugin::quoted(folder.path()) + " && env -u DISPLAY " +
+                          c.before + " " + LUNAFORM_RENDER_PATH + " " + c.arguments + " 2>&1");
     EXPECT_EQ(run.exit_code, c.exit_code) << run.output;
     EXPECT_EQ(count_of(run.output, c.line), 1u) << run.output;
     EXPECT_EQ(count_of(run.output, "lunaform-render: "), 1u) << run.output;

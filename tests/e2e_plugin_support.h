@@ -86,6 +86,10 @@ struct MessageBoxCapture {
       }};
 };
 
+inline std::string quoted(const std::filesystem::path& path) {
+  return "'" + path.string() + "'";
+}
+
 // A written frame: size, channels, type, and every channel as a float (white 1), colour straight.
 struct StoredFrame {
   int width = 0, height = 0, channels = 0;

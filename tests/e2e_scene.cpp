@@ -210,7 +210,6 @@ std::array<double, 2> record_pixel(const render_properties& camera, const Vec3& 
           (clip[1] / clip[3] + 1.0) / 2.0 * output.output_image.height};
 }
 
-// A point light layer at `position`.
 Layer point_light(const std::string& name, const Vec3& position) {
   Layer layer{.name = name, .content = LightLayer{.type = LightType::point}};
   layer.transform.position = position;
