@@ -291,8 +291,7 @@ class SmartModule {
                                   in->current_time, in->time_step, in->time_scale, &input));
       pre->output->result_rect = input.result_rect;
       pre->output->max_result_rect = input.max_result_rect;
-      PF_RenderRequest whole{};
-      whole.rect = {0, 0, 10000, 10000};
+      PF_RenderRequest whole{.rect = {0, 0, 10000, 10000}};
       PF_CheckoutResult map{};
       checkout_results.push_back(pre->cb->checkout_layer(in->effect_ref, kMapIndex, kMapId, &whole,
                                                          in->current_time + 5, in->time_step,

@@ -63,7 +63,6 @@ TEST(SdkLayout, DeclarationsHaveThePublishedSizesOffsetsAndCommandNumbers) {
       SIZE(PF_ParamUtilsSuite3, 9 * P), SIZE(PF_EffectCustomUISuite1, P),
       SIZE(PF_HandleSuite1, 6 * P), SIZE(DRAWBOT_DrawbotSuite1, 2 * P),
       SIZE(DRAWBOT_SupplierSuite1, 13 * P), SIZE(DRAWBOT_SurfaceSuite1, 17 * P),
-      // Field by field, padding included.
       SIZE(PF_LayerDef, 8 + 8 + 8 + 8 + 4 + 4 + 4 + 16 + 4 + 8 + 8 + 8 + 8 + 8 + 16),
       SIZE(PF_InData, 176 + 8 + 8 + 4 + 4 + 10 * 4 + 5 * 4 + 16 + 2 * 4 + 3 * 8 + 4 + 3 * 8 +
                           3 * 4 + 4 + 32 + 8 + 3 * 4 + 4),
@@ -72,8 +71,7 @@ TEST(SdkLayout, DeclarationsHaveThePublishedSizesOffsetsAndCommandNumbers) {
       // 26 callbacks, the ANSI block, the colour block, 14 callbacks and an A_long padded.
       SIZE(PF_UtilCallbacks, 26 * P + 160 + 64 + 14 * P + 8),
 
-      // Offsets after padding, unions and arrays, and of functions deep in the module's suites:
-      // where a field left out or swapped with its neighbour keeps the size.
+      // Offsets where a field left out or swapped with its neighbour keeps the size.
       AT(PF_Pixel, alpha, 0), AT(PF_Pixel, red, 1), AT(PF_LayerDef, data, 24),
       AT(PF_LayerDef, rowbytes, 32), AT(PF_LayerDef, extent_hint, 44),
       AT(PF_LayerDef, platform_ref, 64), AT(PF_LayerDef, pix_aspect_ratio, 88),

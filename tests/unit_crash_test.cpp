@@ -112,12 +112,10 @@ TEST(CrashReportPath, ReportsGoToTheMakersErrorLogsNamedByTagLocalTimeProcessAnd
   EXPECT_EQ(path.view(), (base + "/Brightmoor/Error Logs").substr(0, crash::kPathCapacity));
 }
 
-// Entries as /proc/self/smaps writes them, with the detail lines that matter and some that do
-// not: a program's untouched headers (the file has them), its relocated read-only data and a
-// changed page that went to swap; a library's data; anonymous code (a JIT compiler's) with no
-// path after the inode; the stack and the kernel's pages; a path with spaces and the kernel's
-// mark for a deleted file; device memory and memory marked not to be dumped; a reservation over
-// 1 GiB (a sanitizer's shadow) and one of exactly 1 GiB; a last line cut off.
+// Entries as /proc/self/smaps writes them: a program's untouched headers, relocated data and a
+// page in swap; a library's data; anonymous JIT code; the stack and kernel pages; a deleted file
+// with spaces; device and do-not-dump memory; reservations over and of exactly 1 GiB (a
+// sanitizer's shadow); a last line cut off.
 constexpr char kSmaps[] =
     "55d0c1a00000-55d0c1a02000 r--p 00000000 08:01 1234567                    /usr/bin/cat\n"
     "Size:                  8 kB\n"

@@ -245,17 +245,15 @@ light_properties light(int32_t type, float falloff, std::array<float, 3> rgb = {
 }
 
 TEST(UniformBlocks, BlocksHoldTheCameraAndLightRecordsAtTheirStd140Offsets) {
+  // The view matrix, the projection matrix and the view size, one after the other.
   render_properties camera;
+  std::vector<float> expected(34);
   for (int i = 0; i < 16; ++i) {
-    camera.view_matrix[i] = i + 1.0f;
-    camera.projection_matrix[i] = 101.0f + i;
+    camera.view_matrix[i] = expected[i] = i + 1.0f;
+    camera.projection_matrix[i] = expected[16 + i] = 101.0f + i;
   }
-  camera.view_size = {1920.0f, 1080.0f};
-  const std::vector<float> matrices = floats(pack_transform_matrices(camera), 0, 34);
-  for (int i = 0; i < 16; ++i) {
-    EXPECT_TRUE(matrices[i] == i + 1.0f && matrices[16 + i] == 101.0f + i) << "element " << i;
-  }
-  EXPECT_TRUE(matrices[32] == 1920.0f && matrices[33] == 1080.0f);
+  camera.view_size = {expected[32] = 1920.0f, expected[33] = 1080.0f};
+  EXPECT_EQ(floats(pack_transform_matrices(camera), 0, 34), expected);
 
   light_properties spot =
       light(kLightSpot, 7.5f, {0.5f, 0.25f, 2.0f}, {1, 2, 3, 0}, {0, 0.6f, -0.8f, 0});
