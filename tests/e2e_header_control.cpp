@@ -1,10 +1,10 @@
 // The effect's header control through the host's DRAWBOT suites, in process and in
 // lunaform-render's panel image, compared with the banner file as OpenImageIO decodes it.
-#include <OpenImageIO/imageio.h>
 #include <cairo.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -38,15 +38,11 @@ struct RgbImage {
 
 // The colour of an 8-bit image file; empty (with a test failure) when it cannot be read.
 RgbImage read_rgb(const std::filesystem::path& file) {
-  const std::unique_ptr<OIIO::ImageInput> input = OIIO::ImageInput::open(file.string());
-  std::vector<std::uint8_t> bytes(input ? input->spec().image_pixels() * 3 : 0);
-  if (!input || !input->read_image(0, 0, 0, 3, OIIO::TypeDesc::UINT8, bytes.data())) {
-    ADD_FAILURE() << "cannot read " << file << ": " << OIIO::geterror();
-    return {};
-  }
-  RgbImage image{input->spec().width, {}};
-  for (std::size_t i = 0; i < bytes.size(); i += 3) {
-    image.pixels.push_back(std::uint32_t(bytes[i] << 16 | bytes[i + 1] << 8 | bytes[i + 2]));
+  const e2e_plugin::StoredFrame frame = e2e_plugin::read_frame(file);
+  RgbImage image{frame.width, {}};
+  for (std::size_t i = 0; i < frame.values.size(); i += std::size_t(frame.channels)) {
+    const auto byte = [&](std::size_t c) { return std::lround(frame.values[i + c] * 255.0f); };
+    image.pixels.push_back(std::uint32_t(byte(0) << 16 | byte(1) << 8 | byte(2)));
   }
   return image;
 }

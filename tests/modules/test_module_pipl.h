@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstddef>
-#include <cstdint>
 #include <string_view>
 
 // The PiPL of a small test module, built at compile time in the layout a host reads from the
@@ -12,8 +11,7 @@
 namespace test_module {
 
 struct PiplBytes {
-  std::array<unsigned char, 256>
-      data{};  // zeroed: a C string's NUL, the padding and the unused end
+  std::array<unsigned char, 256> data{};  // zeroed: a C string's NUL, padding, the unused end
   size_t size = 0;
 
   enum Value { code, pascal, c_string };
