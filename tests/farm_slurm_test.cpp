@@ -31,7 +31,6 @@ namespace fs = std::filesystem;
 
 const fs::path kSource = fs::path(__FILE__).parent_path().parent_path();
 constexpr int kFrames = 24;
-constexpr int kChunks = 4;
 
 std::string read_file(const fs::path& file) {
   std::ifstream in(file, std::ios::binary);
@@ -69,14 +68,9 @@ class one_node_cluster {
       script_ = 0;
     }
     posix_spawn_file_actions_destroy(&output);
-    int status = 0;
-    const bool ready = script_ != 0 && eventually(
-                                           [&] {
-                                             return read_file(said).starts_with("ready") ||
-                                                    waitpid(script_, &status, WNOHANG) != 0;
-                                           },
-                                           std::chrono::seconds(60));
-    if (!ready || !read_file(said).starts_with("ready")) {
+    const auto ready = [&] { return read_file(said).starts_with("ready"); };
+    const auto settled = [&] { return ready() || waitpid(script_, nullptr, WNOHANG) != 0; };
+    if (script_ == 0 || !eventually(settled, std::chrono::seconds(60)) || !ready()) {
       problem_ = read_file(said);
       return;
     }
@@ -97,14 +91,14 @@ class one_node_cluster {
   // Why the cluster does not run; empty when it does.
   const std::string& problem() const { return problem_; }
 
-  // Submits the planet example's frames at a quarter of its size into `out` and returns the
-  // job id.
+  // Submits the planet example's frames at a quarter of its size into `out`; returns the job id.
   std::string submit(const fs::path& out) const {
+    fs::create_directories(out);
     const ShellRun submitted = run_shell_command(
         (kSource / "scripts/farm-submit").string() + " " +
         (kSource / "examples/planet.json").string() + " " + (out / "planet.####.png").string() +
-        " --frames 0-" + std::to_string(kFrames - 1) + " --chunks " + std::to_string(kChunks) +
-        " --downsample 4 --renderer " LUNAFORM_RENDER_PATH);
+        " --frames 0-" + std::to_string(kFrames - 1) +
+        " --chunks 4 --downsample 4 --renderer " LUNAFORM_RENDER_PATH);
     EXPECT_EQ(submitted.exit_code, 0) << submitted.output;
     return submitted.output.substr(0, submitted.output.find('\n'));
   }
@@ -121,15 +115,13 @@ class one_node_cluster {
 };
 
 fs::path frame_file(const fs::path& folder, int frame) {
-  char name[32];
-  std::snprintf(name, sizeof name, "planet.%04d.png", frame);
-  return folder / name;
+  const std::string digits = std::to_string(frame);
+  return folder / ("planet." + std::string(4 - digits.size(), '0') + digits + ".png");
 }
 
 // The frames each of the job's task logs says it wrote, and those it found already there.
 struct logged_frames {
-  std::set<int> written;
-  std::set<int> skipped;
+  std::set<int> written, skipped;
 };
 
 logged_frames read_logs(const fs::path& out, const std::string& job) {
@@ -178,7 +170,6 @@ TEST(FarmSlurm, AnArrayJobRendersTheSequenceAndAResubmissionFinishesWhatACancelL
 
   // Four tasks share the 24 frames; every frame comes out as one process makes it.
   const fs::path whole = folder / "whole";
-  fs::create_directories(whole);
   const std::string job = cluster.submit(whole);
   ASSERT_TRUE(cluster.finishes(job));
   same_as_alone(whole);
@@ -190,14 +181,13 @@ TEST(FarmSlurm, AnArrayJobRendersTheSequenceAndAResubmissionFinishesWhatACancelL
   // Task 0 is cancelled once it has written a frame: it stops at once, leaving no part of a
   // frame, and the job's status names the frames it did not do.
   const fs::path cut = folder / "cut";
-  fs::create_directories(cut);
   const std::string cut_job = cluster.submit(cut);
   ASSERT_TRUE(eventually([&] { return !read_logs(cut, cut_job).written.empty(); },
                          std::chrono::seconds(300)));
   ASSERT_EQ(run_shell_command("scancel " + cut_job + "_0").exit_code, 0);
   ASSERT_TRUE(cluster.finishes(cut_job));
   std::set<int> missing;
-  for (int frame = 0; frame < kFrames; ++frame) {
+  for (const int frame : frames) {
     if (!fs::exists(frame_file(cut, frame))) {
       missing.insert(frame);
     }
