@@ -182,8 +182,7 @@ TEST(E2eHeaderControl, OnlyTheLinkBelowTheTitleLightsUpAndOpensThePageFromTwoIma
   // Each image one pixel wider than the 558-pixel control, made once, given back at setdown.
   EXPECT_THAT(host.drawbot_objects().live_images(),
               ElementsAre(DrawbotImageSize{559, 84}, DrawbotImageSize{559, 84}));
-  ASSERT_EQ(host.sequence_setdown(), PF_Err_NONE);
-  ASSERT_EQ(host.global_setdown(), PF_Err_NONE);
+  ASSERT_EQ((std::tuple{host.sequence_setdown(), host.global_setdown()}), std::tuple(0, 0));
   EXPECT_EQ(host.drawbot_objects().counts(), (DrawbotCounts{2, 2, 0}));
   EXPECT_THAT(host.suites().unreleased(), IsEmpty());
   EXPECT_THAT(host.problems(), IsEmpty());
@@ -192,8 +191,7 @@ TEST(E2eHeaderControl, OnlyTheLinkBelowTheTitleLightsUpAndOpensThePageFromTwoIma
   EffectHost plain(&e2e_plugin::entry_for<WithoutGpu>);
   e2e_plugin::set_up_instance(plain);
   draw(plain);
-  ASSERT_EQ(plain.sequence_setdown(), PF_Err_NONE);
-  ASSERT_EQ(plain.global_setdown(), PF_Err_NONE);
+  ASSERT_EQ((std::tuple{plain.sequence_setdown(), plain.global_setdown()}), std::tuple(0, 0));
   EXPECT_EQ(plain.drawbot_objects().counts(), (DrawbotCounts{1, 1, 0}));
 }
 

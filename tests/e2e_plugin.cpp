@@ -12,7 +12,6 @@
 #include <memory>
 #include <optional>
 #include <set>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -51,15 +50,10 @@ constexpr std::uint32_t kOutFlags = (1u << 15) | (1u << 25) | (1u << 26);
 constexpr std::uint32_t kOutFlags2 = (1u << 1) | (1u << 2) | (1u << 3) | (1u << 10) | (1u << 12);
 
 TEST(E2ePluginEntry, TheModuleFileExportsTwoEntryPointsAndCarriesTheEffectsPipl) {
-  const ShellRun symbols =
-      run_shell_command(std::string("nm -D --defined-only ") + LUNAFORM_MODULE_PATH);
-  ASSERT_EQ(symbols.exit_code, 0);
-  std::set<std::string> defined;
-  std::istringstream lines(symbols.output);
-  for (std::string line; std::getline(lines, line);) {
-    defined.insert(line.substr(line.rfind(' ') + 1));
-  }
-  EXPECT_EQ(defined, (std::set<std::string>{"GetPluginVersion", "PluginMain"}));
+  const ShellRun symbols = run_shell_command(
+      std::string("nm -D --defined-only --format=just-symbols ") + LUNAFORM_MODULE_PATH);
+  EXPECT_EQ(std::tuple(symbols.exit_code, symbols.output),
+            std::tuple(0, "GetPluginVersion\nPluginMain\n"));
 
   real_module_entry();  // loads the module (and keeps it loaded)
   void* handle = dlopen(LUNAFORM_MODULE_PATH, RTLD_NOW | RTLD_NOLOAD);
@@ -386,9 +380,8 @@ TEST_F(E2ePluginParams, EachInstanceHoldsFiveEmptySlotsThatNeitherSavingNorLoadi
   ASSERT_EQ(host.sequence_setdown(), PF_Err_NONE);
   EXPECT_EQ(std::tuple(host.handles().live_count(), host.in_data().sequence_data),
             std::tuple(others, PF_Handle{}));
-  ASSERT_EQ(host.sequence_setup(), PF_Err_NONE);
-  ASSERT_EQ(host.sequence_flatten(), PF_Err_NONE);
-  ASSERT_EQ(host.sequence_setdown(), PF_Err_NONE);
+  ASSERT_EQ((std::tuple{host.sequence_setup(), host.sequence_flatten(), host.sequence_setdown()}),
+            std::tuple(0, 0, 0));
   EXPECT_EQ(host.handles().live_count(), others);
   ASSERT_EQ(host.sequence_setup(), PF_Err_NONE);
   EXPECT_THAT(host.problems(), IsEmpty());
@@ -432,9 +425,7 @@ class E2ePluginSmartRender : public testing::Test {
  protected:
   void SetUp() override {
     RecordsFrame::renders.clear();
-    StderrCapture banner;
-    ASSERT_EQ(host_.global_setup(), PF_Err_NONE);
-    ASSERT_EQ(host_.params_setup(), PF_Err_NONE);
+    set_up_instance(host_);
   }
   EffectHost host_{&entry_for<RecordsFrame>};
 };
