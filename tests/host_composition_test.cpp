@@ -136,8 +136,7 @@ TEST(LayerAxes, FollowThePointOfInterestAndTheAnglesAsWorkedOutByHand) {
       {"straight down", {0, -500, 0}, Vec3{0, 500, 0}, {}, {}, {1, 0, 0}, {0, 0, -1}, {0, 1, 0}},
       {"rotation z 90, clockwise", {}, none, {}, {0, 0, 90}, {0, 1, 0}, {-1, 0, 0}, {0, 0, 1}},
       {"orientation x 90", {}, none, {90, 0, 0}, {}, {1, 0, 0}, {0, 0, 1}, {0, -1, 0}},
-      // Orientation y 90 first, then rotation x 90 in the turned frame:
-      // R = Ry(90)·Rx(90): x -> (0,0,-1), y -> (1,0,0), z -> (0,-1,0).
+      // Orientation y 90, then rotation x 90 in the turned frame: R = Ry(90)·Rx(90).
       {"y 90 then x 90", {}, none, {0, 90, 0}, {90, 0, 0}, {0, 0, -1}, {1, 0, 0}, {0, -1, 0}},
   };
   for (const Case& c : cases) {
@@ -259,8 +258,7 @@ TEST_F(HostSuites, ParametersCheckOutAtTheAskedTimeAndPointsInDownsampledLayerPi
   EXPECT_THAT(host_.problems(), IsEmpty());
 }
 
-// What AEGP_GetEffectCamera and AEGP_GetEffectCameraMatrix answer at the in-data time moved by
-// `offset`, as a module asks for its motion-blur samples.
+// What the camera suites answer at the in-data time moved by `offset` (a motion-blur sample).
 struct CameraAnswer {
   AEGP_LayerH camera = nullptr;
   A_Matrix4 matrix{};
@@ -327,8 +325,7 @@ TEST_F(HostSuites, TheCameraMatrixIsTheDefaultCameraOrTheCameraLayersAtTheAskedT
   const double h = std::sqrt(0.5);
   expect_matrix(answer.matrix, {h, 0, -h, 0, 0, 1, 0, 0, h, 0, h, 0, 960, 540, -1000, 1});
 
-  // Moving along x by 360 pixels a second, seen a quarter frame after frame 1 (30 fps: 3600
-  // units a second, 120 a frame).
+  // Moving along x at 360 pixels a second, seen a quarter frame (30 units) after frame 1.
   Animated<Vec3> path;
   path.set_key(0, Vec3{0, 0, -1000});
   path.set_key(1, Vec3{360, 0, -1000});

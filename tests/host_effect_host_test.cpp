@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -139,9 +138,8 @@ TEST(EffectHost, InDataAndParameterCheckoutsDescribeTheLayerAtTheDownsample) {
   EXPECT_THAT(nums(in.current_time, in.time_step, in.time_scale, in.total_time),
               ElementsAre(48, 2, 48, 480));
 
-  // The input layer at the downsample; the slider as the test set it, not as registered; an
-  // empty layer parameter with no error and 0 x 0; index 3 past the list; a chosen layer at
-  // ceil(301 / 2) x ceil(99 / 4).
+  // The input layer at the downsample; the slider as set, not as registered; an empty layer
+  // with no error, 0 x 0; index 3 past the list; a chosen layer at ceil(301 / 2) x ceil(99 / 4).
   ASSERT_EQ(checkouts.size(), 8u);
   const auto size = [&](int i) {
     return nums(checkouts[i].first, checkouts[i].second.u.ld.width,
@@ -259,9 +257,8 @@ TEST(EffectHost, TheDestructorSendsTheSetdownsAHostStillOwesEvenAfterAFailedGlob
 constexpr PF_ParamIndex kMapIndex = 1;
 constexpr A_long kMapId = 502;
 
-// A module with one map layer parameter, "Diffuse Layer" (index 1), whose Smart PreRender
-// checks out the input layer under id 0 and the whole map under id 502 five units later, and
-// whose Smart Render runs `render`.
+// A module with one map layer parameter (index 1): Smart PreRender checks out the input layer
+// (id 0) and the whole map (id 502) five units later; Smart Render runs `render`.
 class SmartModule {
  public:
   using Render = std::function<PF_Err(PF_InData*, PF_SmartRenderExtra*)>;

@@ -30,8 +30,7 @@
 #include "tests/host_temp_folder.h"
 #include "tests/host_test_images.h"
 
-// Image files in and out: footage read and re-read, frames written, and what lunaform-render
-// takes from its command line about them (frame ranges, regions, output names and types).
+// Image files in and out: footage read and re-read, frames written, lunaform-render's options.
 namespace {
 
 using host_test::image_layout;
@@ -375,8 +374,7 @@ TEST(RenderOptionText, FramesAreInclusiveStepsOfWholeNumbersInsideTheComposition
               ThrowsMessage<HostError>(testing::EndsWith("which has no frames")));
 }
 
-// However many frames and parts: the parts together hold every frame once, in order, and their
-// sizes differ by one at most, the larger ones first.
+// The parts hold every frame once, in order, their sizes differing by one at most, larger first.
 TEST(RenderOptionText, ChunksShareTheFramesNearlyEquallyInOrder) {
   using lunaform::host::chunk_frames;
   for (const auto& [range, parts] :

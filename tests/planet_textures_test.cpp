@@ -6,7 +6,6 @@
 #include <cmath>
 #include <filesystem>
 #include <stdexcept>
-#include <vector>
 
 #include "host/footage.h"
 #include "tools/planet_textures.h"

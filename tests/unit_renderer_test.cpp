@@ -1,5 +1,4 @@
-// The renderer's parts that need no GPU: the render thread's hand-over protocol (with stand-in
-// renderers), the std140 uniform blocks and the GGX sample table.
+// The renderer's parts that need no GPU: the render thread, std140 uniform blocks, GGX samples.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -170,8 +169,7 @@ TEST(RendererThread, CallersSerialisedByAMutexHaveEveryJobRunExactlyOnce) {
 
 TEST(LifecycleSlotTextures, EverySlotsTextureIsDeletedOnTheRenderThreadInSlotOrder) {
   SequenceData data{};
-  // Names out of slot order, the glossiness slot empty: the deletions follow the slots, not
-  // the names, and include the empty slot's texture 0.
+  // Names out of slot order, glossiness empty: deletions follow the slots, the empty one too.
   const unsigned int textures[] = {40, 0, 7, 93, 12};
   const int slots[] = {kDiffuseSlot, kGlossinessSlot, kIlluminationSlot, kBumpSlot,
                        kEnvironmentSlot};
