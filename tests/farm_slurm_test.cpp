@@ -145,8 +145,7 @@ logged_frames read_logs(const fs::path& out, const std::string& job) {
 }
 
 TEST(FarmSlurm, AnArrayJobRendersTheSequenceAndAResubmissionFinishesWhatACancelLeft) {
-  const host_test::TempFolder scratch;
-  const fs::path& folder = scratch.path();
+  const host_test::TempFolder folder;
   const one_node_cluster cluster(folder / "cluster");
   if (!cluster.problem().empty()) {
     GTEST_SKIP() << "Slurm cannot run here: " << cluster.problem();

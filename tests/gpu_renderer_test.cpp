@@ -45,7 +45,6 @@ vec3 to_vec3(const hxsdk::vec4& v) {
   return {v.x, v.y, v.z};
 }
 
-// Premultiplied or straight, as the function says.
 struct rgba {
   double r = 0.0, g = 0.0, b = 0.0, a = 0.0;
   friend rgba operator+(rgba p, rgba q) { return {p.r + q.r, p.g + q.g, p.b + q.b, p.a + q.a}; }
@@ -57,7 +56,6 @@ struct argb {
   double a = 0.0, r = 0.0, g = 0.0, b = 0.0;
 };
 
-// One frame: size, a perspective camera, the unit sphere's placement, material and lights.
 struct sphere_scene {
   int width = 0, height = 0;
   render_properties camera;
@@ -66,25 +64,11 @@ struct sphere_scene {
   std::vector<light_properties> lights;
 };
 
-constexpr int kLightSlots = 8;
-
 rgba to_rgba(const hxsdk::vec4& v) {
   return {v.x, v.y, v.z, v.w};
 }
 double clamp01(double x) {
   return std::clamp(x, 0.0, 1.0);
-}
-
-// OpenCL's saturating conversion to an unsigned type, rounding towards zero; NaN gives 0.
-double saturate_truncate(double v, double maximum) {
-  return !(v > 0.0) ? 0.0 : v >= maximum ? maximum : std::trunc(v);
-}
-
-// 16 bits: halving maps 65535 to 32767, the host's 16-bit range without its white 32768.
-double to_channel(double v, int bytes_per_channel) {
-  return bytes_per_channel == 1   ? saturate_truncate(v * 255.0, 255.0)
-         : bytes_per_channel == 2 ? std::floor(saturate_truncate(v * 65535.0, 65535.0) / 2.0)
-                                  : v;
 }
 
 double spot_cone_cos(double cone_angle_degrees) {
@@ -125,7 +109,7 @@ struct packed_lights {
 packed_lights pack_light_list(const std::vector<light_properties>& lights) {
   packed_lights packed;
   for (const light_properties& l : lights) {
-    if (static_cast<int>(packed.slots.size()) == kLightSlots) {
+    if (static_cast<int>(packed.slots.size()) == 8) {  // the light slots
       break;
     }
     if (l.light_type == kLightAmbient) {
@@ -173,8 +157,7 @@ ray_hits sphere_hits(const sphere_scene& scene, double wx, double wy) {
   const vec3 c = column(model, 3);
   const double r2 = dot(column(model, 0), column(model, 0));
   const vec3 oc = eye - c;
-  const double b = dot(oc, d);
-  const double discriminant = b * b - dot(oc, oc) + r2;
+  const double b = dot(oc, d), discriminant = b * b - dot(oc, oc) + r2;
   ray_hits hits;
   for (const double s : {-b - std::sqrt(discriminant), -b + std::sqrt(discriminant)}) {
     if (discriminant < 0.0 || s <= 0.0) {
@@ -194,7 +177,6 @@ ray_hits sphere_hits(const sphere_scene& scene, double wx, double wy) {
   return hits;
 }
 
-// Accumulated direct light of one fragment.
 struct direct_light {
   double amount = 1.0;                  // A: signed, drives the illumination's shadow/light split
   rgba diffuse = {1.0, 1.0, 1.0, 1.0};  // Ld; unlit surfaces take the material colour as it is
@@ -238,9 +220,8 @@ rgba shade_fragment(const sphere_scene& scene, const surface_fragment& fragment)
   const direct_light light =
       m.unlit != 0 ? direct_light{} : lit_light(scene, fragment.world_position, v, nf);
 
-  // Self-illumination: y^bias blended with 1 by |fresnel| (off below bias 0.01), y = 1 - N.V
-  // brightening the rim (fresnel > 0), y = N.V the centre; then split into shadow and light
-  // shares by the light amount A.
+  // Self-illumination: y^bias blended with 1 by |fresnel| (off below bias 0.01), y = 1 - N.V (the
+  // rim) for fresnel > 0, else N.V; then split into shadow and light shares by the light amount A.
   const double n_dot_v = clamp01(dot(nf, v));
   const double y = m.fresnel > 0.0 ? 1.0 - n_dot_v : n_dot_v;
   const double fresnel = m.fresnel_bias < 0.01 ? 1.0
@@ -340,15 +321,21 @@ bool pixel_is_clear_of_edges(const sphere_scene& scene, int x, int y) {
   return true;
 }
 
-// Alpha clamped to 0..1, colour divided by it when positive and raised to gamma, converted.
+// Alpha clamped to 0..1, colour divided by it when positive and raised to gamma, converted as
+// OpenCL saturates to an unsigned type (towards zero, NaN to 0); 16 bits then halve 65535 to
+// 32767, the host's 16-bit range without its white 32768.
 argb output_pixel(const rgba& premultiplied, double gamma, int bytes_per_channel) {
-  const double a = clamp01(premultiplied.a);
-  const double divisor = a > 0.0 ? a : 1.0;
-  const auto channel = [&](double premultiplied_value) {
-    return to_channel(std::pow(premultiplied_value / divisor, gamma), bytes_per_channel);
+  const auto saturate = [](double v, double maximum) {
+    return !(v > 0.0) ? 0.0 : v >= maximum ? maximum : std::trunc(v);
   };
-  return {to_channel(a, bytes_per_channel), channel(premultiplied.r), channel(premultiplied.g),
-          channel(premultiplied.b)};
+  const auto convert = [&](double v) {
+    return bytes_per_channel == 1   ? saturate(v * 255.0, 255.0)
+           : bytes_per_channel == 2 ? std::floor(saturate(v * 65535.0, 65535.0) / 2.0)
+                                    : v;
+  };
+  const double a = clamp01(premultiplied.a), divisor = a > 0.0 ? a : 1.0;
+  const auto channel = [&](double value) { return convert(std::pow(value / divisor, gamma)); };
+  return {convert(a), channel(premultiplied.r), channel(premultiplied.g), channel(premultiplied.b)};
 }
 
 }  // namespace ref
@@ -379,10 +366,8 @@ material_properties plain_material() {
   m.clip_lighting = m.bump_influence = m.glossiness = m.uv_feathering = 0.5f;
   m.model_color = {0.8f, 0.6f, 0.4f, 1.0f};
   m.illumination_color = {0.0f, 0.0f, 0.0f, 1.0f};
-  m.diffuse = 0.9f;
-  m.specular = 0.3f;
-  m.uv_type = m.uv_mode = 1;
-  m.uv_repeat = {1.0f, 1.0f};
+  m.diffuse = 0.9f, m.specular = 0.3f;
+  m.uv_type = m.uv_mode = 1, m.uv_repeat = {1.0f, 1.0f};
   return m;
 }
 
@@ -412,7 +397,6 @@ render_properties look_at_camera(hxsdk::vec4 eye, hxsdk::vec4 target, float fov_
   return camera;
 }
 
-// How the host buffer of a frame looks.
 struct output_format {
   unsigned int samples = 0;            // GPU multisampling; 0 = none
   std::uint8_t bytes_per_channel = 4;  // 1, 2 or 4
@@ -474,7 +458,6 @@ class GpuRenderer : public ::testing::Test {
   static void TearDownTestSuite() { thread_.reset(); }
   void SetUp() override { ASSERT_TRUE(thread_) << "no renderer: " << failure_; }
 
-  // Runs `job` on the render thread, where the renderer's context is current.
   static void run(const std::function<void(Renderer&)>& job) { thread_->run_on_renderer(job); }
 
   // One frame of `scene`, one job per operation as the module's client side posts them.
@@ -836,7 +819,6 @@ std::array<double, 4> channels(const ref::argb& p) {
   return {p.a, p.r, p.g, p.b};
 }
 
-// A light of `type` at `position` pointing along `along` (made unit length).
 light_properties light(int type, hxsdk::vec4 color, hxsdk::vec4 position = {},
                        hxsdk::vec4 along = {}, float cone_angle = 0, float cone_feather = 0) {
   const float n = std::max(1e-9f, std::hypot(along.x, along.y, along.z));
