@@ -10,10 +10,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "host/effect_host.h"
 #include "host/host_error.h"
@@ -246,7 +244,6 @@ TEST(E2eRenderTool, ARegionAgreesWithTheWholeFrameAndAnOversizedFrameIsRefused) 
   float largest = 0.0f;
   for (int y = 0; y < 110; ++y) {
     for (int x = 0; x < 180; ++x) {
-      // Red, green, blue and alpha of the same pixel in each.
       const float* a = &part.values[(std::size_t(y) * 180 + x) * 4];
       const float* b = &whole.values[(std::size_t(150 + y) * 960 + 420 + x) * 4];
       covered += b[3] > 0.0f;

@@ -11,7 +11,6 @@
 #include <set>
 #include <string>
 #include <tuple>
-#include <vector>
 
 #include "host/effect_host.h"
 #include "host/host_error.h"
@@ -27,7 +26,6 @@ namespace {
 using lunaform::host::EffectHost;
 using testing::IsEmpty;
 
-const std::filesystem::path kModules = LUNAFORM_TEST_MODULE_DIR;
 const std::filesystem::path kExamples =
     std::filesystem::path(__FILE__).parent_path().parent_path() / "examples";
 
@@ -42,7 +40,7 @@ TEST(E2eInjectedFaults, EachFaultOfARenderEndsInOneLineItsExitCodeAndOnlyWholeFr
   const bool root = geteuid() == 0;
   const std::string frames = " scene.json --frames 0-2 --downsample 8 -o 'out/f.#.png'";
   const std::string hooked =
-      "--module " + e2e_plugin::quoted(kModules / "host_frame_script.so") + frames;
+      "--module " + e2e_plugin::quoted(LUNAFORM_TEST_MODULE_DIR "/host_frame_script.so") + frames;
   const std::string failed =
       "(66)\nLunaform Exception: Lunaform failed to initialize with error:\n\n";
   struct Case {

@@ -194,20 +194,13 @@ Keys across_frame_ten(const Vec3& from, const Vec3& to) {
   return keys;
 }
 
-// A point through the camera record the renderer received, in output buffer pixels.
-std::array<double, 2> record_pixel(const render_properties& camera, const Vec3& point,
-                                   const render_data& output) {
-  const auto apply = [](const hxsdk::mat4& m, const std::array<double, 4>& v) {
-    std::array<double, 4> r{};
-    for (int k = 0; k < 16; ++k) {
-      r[k % 4] += m[k] * v[k / 4];
-    }
-    return r;
-  };
-  const auto clip =
-      apply(camera.projection_matrix, apply(camera.view_matrix, {point.x, point.y, point.z, 1.0}));
-  return {(clip[0] / clip[3] + 1.0) / 2.0 * output.output_image.width,
-          (clip[1] / clip[3] + 1.0) / 2.0 * output.output_image.height};
+// m v, for a column-major 4 x 4 matrix m.
+std::array<double, 4> times(const hxsdk::mat4& m, const std::array<double, 4>& v) {
+  std::array<double, 4> r{};
+  for (int k = 0; k < 16; ++k) {
+    r[k % 4] += m[k] * v[k / 4];
+  }
+  return r;
 }
 
 Layer point_light(const std::string& name, const Vec3& position) {
@@ -237,9 +230,14 @@ TEST_F(E2eScene, WorldPointsLandWhereTheHostsCameraPutsThemInEveryOutputBuffer) 
         const auto expected = lunaform::host::project_to_layer_pixels(host_->composition(), point,
                                                                       0.0, downsample, downsample);
         ASSERT_TRUE(expected.has_value());
-        const auto actual = record_pixel(record, point, only(ops, K::set_output).output);
-        EXPECT_NEAR(actual[0], expected->x - (rect ? rect->left : 0), 0.02);
-        EXPECT_NEAR(actual[1], expected->y - (rect ? rect->top : 0), 0.02);
+        // The point through the camera record the renderer received, in output buffer pixels.
+        const auto clip = times(record.projection_matrix,
+                                times(record.view_matrix, {point.x, point.y, point.z, 1.0}));
+        const image_desc& out = only(ops, K::set_output).output.output_image;
+        EXPECT_NEAR((clip[0] / clip[3] + 1) / 2 * out.width, expected->x - (rect ? rect->left : 0),
+                    0.02);
+        EXPECT_NEAR((clip[1] / clip[3] + 1) / 2 * out.height, expected->y - (rect ? rect->top : 0),
+                    0.02);
       }
       EXPECT_NEAR(record.eye_position.z,
                   camera_layer ? -1500.0 : -960.0 / std::tan(19.8 * kPi / 180.0), 1e-2);
