@@ -58,7 +58,8 @@ TEST(E2eInjectedFaults, EachFaultOfARenderEndsInOneLineItsExitCodeAndOnlyWholeFr
        "lunaform-render: cannot write 'out/f.1.png': cannot create a temporary file in 'out': Permission denied\n", 1},
       {"OCL_ICD_VENDORS=/nonexistent", frames, 1, failed + "no OpenCL platforms available\n", 0},
       {"__EGL_VENDOR_LIBRARY_FILENAMES=/nonexistent", frames, 1, failed + "failed to create context: EGL found no display", 0},
-      {"MESA_GL_VERSION_OVERRIDE=3.3", frames, 1, failed + "failed to create OpenGL 4.1 context\n", 0},
+      // A display that cannot be reached still leaves the message on standard error.
+      {"DISPLAY=:9999 MESA_GL_VERSION_OVERRIDE=3.3", frames, 1, failed + "failed to create OpenGL 4.1 context\n", 0},
       // (30000 + 8 padding) x 30000 pixels of 16 bytes for the host's world, 30000 x 30000 for
       // the writer's copy: 28.8 GB, refused before anything is allocated.
       {"prlimit --as=1000000000", "big.json --bpc 32 -o out/f.exr", 1, "is available, and frames of 30000 x 30000 pixels at 32 bits per channel need at least 28.8 GB; render them smaller (--downsample), in parts (--region) or with fewer bits per channel (--bpc)\n", 0}};
