@@ -106,7 +106,6 @@ TEST(UiWindowPixels, ALabelWithoutStylesIsWhiteTahomaElevenOnMagenta) {
       << "the underline reaches below the letters";
 }
 
-// The widgets hear of a new size only once the drawing surface has it.
 TEST(UiWindowPixels, AResizeReachesTheSurfaceBeforeTheWidgets) {
   ui_test::shown_window w("resize", 200, 100);
   ui_test::event_log log;
