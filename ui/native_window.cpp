@@ -15,6 +15,7 @@
 #include "ui/virtual_keys.h"
 #include "ui/widget.h"
 #include "ui/window.h"
+#include "ui/x_errors.h"
 
 namespace hxsdk::ui {
 namespace {
@@ -72,6 +73,7 @@ void start_sdl() {
     if (SDL_InitSubSystem(SDL_INIT_VIDEO | SDL_INIT_TIMER) != 0) {
       throw hx_exception(std::string("unable to open a window on the display: ") + SDL_GetError());
     }
+    pass_wakeups_to_destroyed_windows();
     first_own_event_type();
     load_cursors();
     return true;
