@@ -7,22 +7,18 @@
 
 namespace {
 
-double stream_number(HostSuites& suites, AEGP_LayerH layer, AEGP_LayerStream stream,
-                     const A_Time& time) {
+AEGP_StreamVal stream_value(HostSuites& suites, AEGP_LayerH layer, AEGP_LayerStream stream,
+                            const A_Time& time) {
   AEGP_StreamVal value{};
   require_host(suites.get<AEGP_StreamSuite2>().AEGP_GetLayerStreamValue(
                    layer, stream, AEGP_LTimeMode_CompTime, &time, false, &value, nullptr),
                "AEGP_GetLayerStreamValue");
-  return value.one_d;
+  return value;
 }
 
-AEGP_ColorVal stream_color(HostSuites& suites, AEGP_LayerH layer, const A_Time& time) {
-  AEGP_StreamVal value{};
-  require_host(
-      suites.get<AEGP_StreamSuite2>().AEGP_GetLayerStreamValue(
-          layer, AEGP_LayerStream_COLOR, AEGP_LTimeMode_CompTime, &time, false, &value, nullptr),
-      "AEGP_GetLayerStreamValue");
-  return value.color;
+double stream_number(HostSuites& suites, AEGP_LayerH layer, AEGP_LayerStream stream,
+                     const A_Time& time) {
+  return stream_value(suites, layer, stream, time).one_d;
 }
 
 bool exists_now(const PF_InData& in_data, HostSuites& suites, AEGP_LayerH layer) {
@@ -45,7 +41,7 @@ host_light query_light(HostSuites& suites, AEGP_LayerH layer, const A_Time& time
       suites.get<AEGP_LayerSuite5>().AEGP_GetLayerToWorldXform(layer, &time, &light.layer_to_world),
       "AEGP_GetLayerToWorldXform");
   light.intensity = stream_number(suites, layer, AEGP_LayerStream_INTENSITY, time);
-  light.color = stream_color(suites, layer, time);
+  light.color = stream_value(suites, layer, AEGP_LayerStream_COLOR, time).color;
   light.falloff = stream_number(suites, layer, AEGP_LayerStream_LIGHT_FALLOFF_DISTANCE, time);
   if (light.type == AEGP_LightType_SPOT) {
     light.cone_angle = stream_number(suites, layer, AEGP_LayerStream_CONE_ANGLE, time);
