@@ -3,18 +3,18 @@
 #include <CL/cl.h>
 #include <GL/glew.h>
 
-#include <array>
-#include <cstddef>
-#include <vector>
+#include "renderer/pixel_rect.h"
 
 class ClDevice;
 
 // An OpenCL image that stands for level 0 of a 2D RGBA32F GL texture, used between acquire
 // and release. On a device that shares the GL context it is the texture itself. Elsewhere it
-// is an image of the same size and format: acquire fills it from the texture when OpenCL may
-// read it, and release copies it into the texture when OpenCL may have written it. Kernels see
-// the same image either way. Render thread only, with the GL context current and the GL queue
-// finished before acquire.
+// is an image of the same size and format in memory the host can map: acquire reads the
+// texture's pixels of an area straight into that memory when OpenCL may read them, and release
+// writes the area back into the texture when OpenCL may have written it, each a single copy
+// (where the device works in host memory, as a CPU device does, mapping copies nothing).
+// Kernels see the same image either way. Render thread only, with the GL context current and
+// the GL queue finished before acquire.
 class ClGlImage {
  public:
   // access: CL_MEM_READ_ONLY, CL_MEM_WRITE_ONLY or CL_MEM_READ_WRITE, as the kernels use it.
@@ -25,23 +25,24 @@ class ClGlImage {
   ClGlImage& operator=(const ClGlImage&) = delete;
 
   cl_mem image() const { return image_; }
-  void acquire();
-  void release();
+  // area: the pixels the kernels will read or write; outside it the image is left as it was.
+  // Throws std::runtime_error when the image's memory cannot be mapped.
+  void acquire(const PixelRect& area);
+  void release(const PixelRect& area);
 
  private:
-  // Origin and region of level 0 for the image transfers.
-  struct Copy {
-    std::array<size_t, 3> origin;
-    std::array<size_t, 3> region;
+  // The area's pixels in host memory, row_pixels apart, between map and unmap.
+  struct Mapping {
+    void* pixels;
+    GLint row_pixels;
   };
-  // Sizes the staging buffer for the whole level and returns its copy region.
-  Copy whole_image();
+  Mapping map(const PixelRect& area, cl_map_flags flags);
+  void unmap(const Mapping& mapping);
 
   const ClDevice& device_;
   cl_mem_flags access_;
   GLuint texture_;
-  GLint width_ = 0;
-  GLint height_ = 0;
+  // Where textures travel by copy and OpenCL reads them: a framebuffer to read the texture from.
+  GLuint read_framebuffer_ = 0;
   cl_mem image_ = nullptr;
-  std::vector<float> staging_;
 };

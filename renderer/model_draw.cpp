@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "renderer/material_uniforms.h"
+#include "renderer/pixel_rect.h"
 #include "renderer/renderer.h"
 
 namespace {
@@ -103,7 +104,11 @@ constexpr int32_t kUvRepeat = 1;
 
 void Renderer::draw_model(const model_ref& model, const hxsdk::mat4& model_matrix,
                           const material_properties& material) {
-  glDepthMask(GL_FALSE);
+  hxsdk::mat4 model_to_clip = model_matrix;
+  hxsdk::multiply(model_to_clip, camera_.view_matrix);
+  hxsdk::multiply(model_to_clip, camera_.projection_matrix);
+  extend_sample(
+      projected_bounds(model_to_clip, output_.output_image.width, output_.output_image.height));
   if (material.surface_mode == kSurfaceAll) {
     // The inside first, unblended; the outside is then blended over it, so a translucent
     // sphere shows its far wall through the near one.

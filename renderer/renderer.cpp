@@ -117,12 +117,9 @@ void Renderer::set_lights(const std::vector<light_properties>& lights) {
 }
 
 void Renderer::clear_target() {
+  sample_area_ = {};
   glBindFramebuffer(GL_FRAMEBUFFER, multisample_framebuffer_);
   glViewport(0, 0, output_.output_image.width, output_.output_image.height);
-  glDepthMask(GL_TRUE);
-  glClearColor(0.0f, 0.0f, 0.0f, 0.0f);
-  glClearDepth(1.0);
-  glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
   glFrontFace(GL_CW);
   glDisable(GL_BLEND);
   glDisable(GL_DEPTH_TEST);

@@ -4,6 +4,7 @@
 #include <memory>
 #include <vector>
 
+#include "renderer/pixel_rect.h"
 #include "renderer/render_texture.h"
 #include "renderer/shader_sources.h"
 #include "renderer/uniform_blocks.h"
@@ -42,6 +43,12 @@ struct renderer_sources {
 // Per frame: set_output, then per motion-blur sample set_render_properties, the texture
 // operations, set_lights, clear_target, draw_model and accumulate_sample with weight 1/k for
 // sample k, and last read_output.
+//
+// Only the pixels a draw can reach are worked on: each draw clears, before it draws, the part
+// of the sample target its mesh's projected bounds add to the sample; the accumulation keeps
+// the bounds of what it holds and treats everything outside as transparent; the output
+// converts just those bounds. A small sphere in a large frame costs little more than the
+// sphere, and pixels never reached are never touched.
 class Renderer {
  public:
   // Creates the GL context (current on this thread from here on), the OpenCL device, the
@@ -58,6 +65,7 @@ class Renderer {
   void set_output(unsigned int sample_count, const render_data& output);
   void set_render_properties(const render_properties& camera);
   void set_lights(const std::vector<light_properties>& lights);
+  // Starts a sample with nothing in it.
   void clear_target();
   void draw_model(const model_ref& model, const hxsdk::mat4& model_matrix,
                   const material_properties& material);
@@ -82,6 +90,8 @@ class Renderer {
 
  private:
   void build_render_targets(int width, int height, unsigned int samples);
+  // Clears the sample target where `bounds` reaches beyond what the sample covers so far.
+  void extend_sample(const PixelRect& bounds);
   void build_sample_table();
   void prefilter_environment(unsigned int cube, int width, int height);
   void release_resources();
@@ -106,6 +116,9 @@ class Renderer {
   RenderTexture depth_;
   RenderTexture accumulation_texture_;
   RenderTexture resolve_texture_;
+  // Where the current sample may hold something, and where the accumulation does.
+  PixelRect sample_area_;
+  PixelRect accumulated_area_;
 
   std::unique_ptr<FullScreenQuad> quad_;
   uint32_t copy_program_ = 0;

@@ -559,7 +559,11 @@ TEST_F(GpuRenderer, OutputConversionOfEveryDepthUnpremultipliesClampsAppliesGamm
     rendered_image taller(4, 3, c);  // new targets
     run([&](Renderer& r) {
       r.set_output(0, full.output());
-      r.clear_target();  // leaves the sample target bound
+      // A camera of zeros puts every corner at the eye, so this draw, which covers nothing,
+      // claims the whole sample target and leaves it bound for the colours painted over it.
+      r.set_render_properties({});
+      r.clear_target();
+      r.draw_model(sphere_, hxsdk::identity_matrix(), plain_material());
       glEnable(GL_SCISSOR_TEST);
       for (int i = 0; i < 8; ++i) {
         const ref::rgba& p = colours[(i + i / 4) % 4];  // row 1 shifted by one pixel

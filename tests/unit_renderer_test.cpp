@@ -1,6 +1,8 @@
 // The renderer's parts that need no GPU: the render thread, std140 uniform blocks, GGX samples.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <cstring>
@@ -18,6 +20,7 @@
 #include "plugin/slot_textures.h"
 #include "renderer/basic_renderer_thread.h"
 #include "renderer/ggx_sample_table.h"
+#include "renderer/pixel_rect.h"
 #include "renderer/uniform_blocks.h"
 
 namespace {
@@ -313,3 +316,68 @@ TEST(UniformBlocks, LightListsFillAtMostEightSlotsAndSumTheAmbientOnes) {
 }
 
 }  // namespace
+
+// A sphere of radius r at (x, y, -distance) seen by a 90 degree camera at the origin: every point
+// of the sphere, projected by the same formula a GPU uses, falls inside the bounds, which are
+// not much larger than those points' own; a sphere around the eye claims the whole target and
+// one beside the view nothing. The strips around a rectangle cover the rest exactly once.
+TEST(PixelRect, BoundsHoldEveryProjectedPointOfTheSphereAndStripsTileTheRest) {
+  constexpr int kWidth = 160;
+  constexpr int kHeight = 90;
+  constexpr float kNear = 1.0f;
+  constexpr float kFar = 1000.0f;
+  hxsdk::mat4 projection;
+  projection[0] = float(kHeight) / kWidth;
+  projection[5] = 1.0f;
+  projection[10] = (kFar + kNear) / (kNear - kFar);
+  projection[11] = -1.0f;
+  projection[14] = 2.0f * kFar * kNear / (kNear - kFar);
+  const auto bounds_of = [&](float x, float y, float distance, float r) {
+    hxsdk::mat4 model = hxsdk::scale_matrix(r, r, r);
+    hxsdk::multiply(model, hxsdk::translation_matrix({x, y, -distance, 0.0f}));
+    hxsdk::multiply(model, projection);
+    return projected_bounds(model, kWidth, kHeight);
+  };
+  for (const auto [x, y, distance, r] : {std::array{0.0f, 0.0f, 10.0f, 3.0f},
+                                         {-6.0f, 2.5f, 9.0f, 1.5f},
+                                         {8.0f, -1.0f, 10.0f, 4.0f}}) {
+    const PixelRect rect = bounds_of(x, y, distance, r);
+    float low_x = kWidth, low_y = kHeight, high_x = 0.0f, high_y = 0.0f;
+    for (int i = 0; i < 4000; ++i) {  // a Fibonacci spiral over the sphere
+      const double z = 1.0 - (i + 0.5) / 2000.0;
+      const double angle = i * 2.399963229728653;
+      const double ring = std::sqrt(1.0 - z * z);
+      const double px = x + r * ring * std::cos(angle);
+      const double py = y + r * ring * std::sin(angle);
+      const double depth = distance - r * z;
+      const float wx = float((px * kHeight / kWidth / depth + 1.0) * 0.5 * kWidth);
+      const float wy = float((py / depth + 1.0) * 0.5 * kHeight);
+      if (wx >= 0 && wx <= kWidth && wy >= 0 && wy <= kHeight) {
+        EXPECT_TRUE(wx >= rect.x0 && wx <= rect.x1 && wy >= rect.y0 && wy <= rect.y1)
+            << wx << ", " << wy << " outside " << rect.x0 << "-" << rect.x1 << ", " << rect.y0
+            << "-" << rect.y1;
+        low_x = std::min(low_x, wx), high_x = std::max(high_x, wx);
+        low_y = std::min(low_y, wy), high_y = std::max(high_y, wy);
+      }
+    }
+    EXPECT_LT(rect.width() * rect.height(), 3.0f * (high_x - low_x) * (high_y - low_y)) << x;
+  }
+  EXPECT_EQ(bounds_of(0.0f, 0.0f, 0.5f, 2.0f).width(), kWidth);
+  EXPECT_EQ(bounds_of(0.0f, 0.0f, 0.5f, 2.0f).height(), kHeight);
+  EXPECT_TRUE(bounds_of(40.0f, 0.0f, 10.0f, 2.0f).empty());
+
+  const PixelRect outer{2, 3, 12, 9};
+  for (const PixelRect inner : {PixelRect{4, 5, 8, 7}, {0, 0, 5, 20}, {20, 0, 30, 5}, {}}) {
+    const std::vector<PixelRect> strips = strips_outside(outer, inner);
+    EXPECT_LE(strips.size(), 4u);
+    for (int y = 0; y < 12; ++y) {
+      for (int x = 0; x < 14; ++x) {
+        const auto in = [&](const PixelRect& p) {
+          return x >= p.x0 && x < p.x1 && y >= p.y0 && y < p.y1;
+        };
+        const int covering = int(std::count_if(strips.begin(), strips.end(), in));
+        EXPECT_EQ(covering, in(outer) && !in(inner) ? 1 : 0) << x << ", " << y;
+      }
+    }
+  }
+}
