@@ -852,6 +852,51 @@ ref::sphere_scene scene_of(const material_properties& material,
   return s;
 }
 
+// Motion-blur samples of spheres in different places, one smaller and one starting beside the
+// frame, average like their single frames do: where a sample drew nothing it counts as
+// transparent, and nothing of an earlier sample or frame shows through.
+TEST_F(GpuRenderer, SamplesInDifferentPlacesAverageLikeTheirSingleFrames) {
+  const output_format format{.samples = 4};
+  std::vector<ref::sphere_scene> samples;
+  for (const auto& [dx, radius] : {std::pair{-50.0f, 85.0f}, {60.0f, 40.0f}, {180.0f, 85.0f}}) {
+    samples.push_back(scene_of(plain_material()));
+    samples.back().model_matrix = model_matrix({kCentre.x + dx, kCentre.y, 0.0f, 0.0f},
+                                               hxsdk::quaternion_from_euler(kTurn), radius);
+  }
+  std::vector<rendered_image> singles;
+  for (const ref::sphere_scene& sample : samples) {
+    singles.push_back(render(sample, format));
+  }
+  rendered_image blurred(kSize, kSize, format);
+  run([&](Renderer& r) {
+    r.set_output(format.samples, blurred.output());
+    r.set_lights(samples[0].lights);
+    for (std::size_t k = 0; k < samples.size(); ++k) {
+      r.set_render_properties(samples[k].camera);
+      r.clear_target();
+      r.draw_model(sphere_, samples[k].model_matrix, samples[k].material);
+      r.accumulate_sample(1.0f / float(k + 1));
+    }
+    r.read_output(format.gamma);
+  });
+  gpu_render::mismatches wrong;
+  for (int i = 0; i < kSize * kSize; ++i) {
+    ref::argb mean;
+    for (const rendered_image& single : singles) {
+      const ref::argb p = single.pixel(i % kSize, i / kSize);
+      mean = {mean.a + p.a / 3.0, mean.r + p.r * p.a / 3.0, mean.g + p.g * p.a / 3.0,
+              mean.b + p.b * p.a / 3.0};
+    }
+    const ref::argb got = blurred.pixel(i % kSize, i / kSize);
+    const double scale = got.a > 0.0 ? got.a : 1.0;  // the output is straight colour
+    if (std::max({std::abs(got.a - mean.a), std::abs(got.r * scale - mean.r),
+                  std::abs(got.g * scale - mean.g), std::abs(got.b * scale - mean.b)}) > 1e-4) {
+      wrong.add("pixel ", i % kSize, ", ", i / kSize, ": alpha ", got.a, " against ", mean.a);
+    }
+  }
+  EXPECT_EQ(wrong.count, 0) << wrong.first.str();
+}
+
 // Every pixel clear of edges against the reference: a drawn one within the tolerance, an
 // empty one exactly 0; at least 500 of each (the tipped hemisphere's dome covers ~3000).
 ::testing::AssertionResult matches_reference(const ref::sphere_scene& scene,
