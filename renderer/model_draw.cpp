@@ -107,8 +107,12 @@ void Renderer::draw_model(const model_ref& model, const hxsdk::mat4& model_matri
   hxsdk::mat4 model_to_clip = model_matrix;
   hxsdk::multiply(model_to_clip, camera_.view_matrix);
   hxsdk::multiply(model_to_clip, camera_.projection_matrix);
-  extend_sample(
-      projected_bounds(model_to_clip, output_.output_image.width, output_.output_image.height));
+  const PixelRect bounds =
+      projected_bounds(model_to_clip, output_.output_image.width, output_.output_image.height);
+  if (bounds.empty()) {
+    return;  // wholly beside the frame
+  }
+  extend_sample(bounds);
   if (material.surface_mode == kSurfaceAll) {
     // The inside first, unblended; the outside is then blended over it, so a translucent
     // sphere shows its far wall through the near one.
@@ -120,7 +124,9 @@ void Renderer::draw_model(const model_ref& model, const hxsdk::mat4& model_matri
   }
   glCullFace(material.surface_mode == kSurfaceBack ? GL_FRONT : GL_BACK);
   glBindFramebuffer(GL_FRAMEBUFFER, multisample_framebuffer_);
-  glViewport(0, 0, output_.output_image.width, output_.output_image.height);
+  // The target covers only part of the frame: the viewport puts that part on it.
+  glViewport(-sample_target_.x0, -sample_target_.y0, output_.output_image.width,
+             output_.output_image.height);
   glEnable(GL_CULL_FACE);
   glEnable(GL_MULTISAMPLE);
   glUseProgram(material_program_);

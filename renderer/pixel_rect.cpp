@@ -4,6 +4,15 @@
 #include <cmath>
 #include <limits>
 
+bool contains(const PixelRect& outer, const PixelRect& inner) {
+  return inner.empty() || (inner.x0 >= outer.x0 && inner.y0 >= outer.y0 && inner.x1 <= outer.x1 &&
+                           inner.y1 <= outer.y1);
+}
+
+PixelRect relative_to(const PixelRect& rect, int x, int y) {
+  return {rect.x0 - x, rect.y0 - y, rect.x1 - x, rect.y1 - y};
+}
+
 PixelRect bounding_union(const PixelRect& a, const PixelRect& b) {
   if (a.empty()) {
     return b;

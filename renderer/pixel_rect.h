@@ -17,6 +17,12 @@ struct PixelRect {
   int height() const { return empty() ? 0 : y1 - y0; }
 };
 
+// Whether every pixel of inner lies in outer; an empty inner lies anywhere.
+bool contains(const PixelRect& outer, const PixelRect& inner);
+
+// The rectangle seen from an origin at (x, y).
+PixelRect relative_to(const PixelRect& rect, int x, int y);
+
 // The smallest rectangle that holds both; an empty one adds nothing.
 PixelRect bounding_union(const PixelRect& a, const PixelRect& b);
 

@@ -91,6 +91,28 @@ void RenderTargetPool::attach(GLuint framebuffer, GLenum attachment, const Rende
   }
 }
 
+namespace {
+
+void forget(std::vector<GLuint>& names, GLuint name) {
+  names.erase(std::remove(names.begin(), names.end(), name), names.end());
+}
+
+}  // namespace
+
+void RenderTargetPool::release(GLuint framebuffer, const std::vector<RenderTexture>& attached) {
+  glDeleteFramebuffers(1, &framebuffer);
+  forget(framebuffers_, framebuffer);
+  for (const RenderTexture& target : attached) {
+    if (target.kind == RenderTexture::kRenderbuffer) {
+      glDeleteRenderbuffers(1, &target.name);
+      forget(renderbuffers_, target.name);
+    } else {
+      glDeleteTextures(1, &target.name);
+      forget(textures_, target.name);
+    }
+  }
+}
+
 void RenderTargetPool::release_all() {
   glDeleteFramebuffers(static_cast<GLsizei>(framebuffers_.size()), framebuffers_.data());
   glDeleteRenderbuffers(static_cast<GLsizei>(renderbuffers_.size()), renderbuffers_.data());

@@ -27,6 +27,8 @@ class RenderTargetPool {
   RenderTexture create_depth_buffer(int width, int height, unsigned int samples);
   // Attaches to framebuffer and checks that it is complete (std::runtime_error otherwise).
   void attach(GLuint framebuffer, GLenum attachment, const RenderTexture& target);
+  // Deletes a framebuffer made here and the targets attached to it.
+  void release(GLuint framebuffer, const std::vector<RenderTexture>& attached);
   // Deletes everything made so far.
   void release_all();
 

@@ -44,11 +44,12 @@ struct renderer_sources {
 // operations, set_lights, clear_target, draw_model and accumulate_sample with weight 1/k for
 // sample k, and last read_output.
 //
-// Only the pixels a draw can reach are worked on: each draw clears, before it draws, the part
-// of the sample target its mesh's projected bounds add to the sample; the accumulation keeps
-// the bounds of what it holds and treats everything outside as transparent; the output
-// converts just those bounds. A small sphere in a large frame costs little more than the
-// sphere, and pixels never reached are never touched.
+// Only the pixels a draw can reach are worked on: the multisample target covers just the
+// bounds of the sample's mesh as projected (it is placed there at the sample's first draw and
+// grows when a sample needs more), and each draw clears the part its bounds add; the
+// accumulation keeps the bounds of what it holds and treats everything outside as
+// transparent; the output converts just those bounds. A small sphere in a large frame costs
+// little more than the sphere, in time and in memory.
 class Renderer {
  public:
   // Creates the GL context (current on this thread from here on), the OpenCL device, the
@@ -90,8 +91,11 @@ class Renderer {
 
  private:
   void build_render_targets(int width, int height, unsigned int samples);
-  // Clears the sample target where `bounds` reaches beyond what the sample covers so far.
+  // Clears the sample target where `bounds` reaches beyond what the sample covers so far,
+  // first moving or growing the target when it does not cover them.
   void extend_sample(const PixelRect& bounds);
+  // Makes the multisample target cover `area`, keeping what the sample has drawn so far.
+  void place_sample_target(const PixelRect& area);
   void build_sample_table();
   void prefilter_environment(unsigned int cube, int width, int height);
   void release_resources();
@@ -116,6 +120,8 @@ class Renderer {
   RenderTexture depth_;
   RenderTexture accumulation_texture_;
   RenderTexture resolve_texture_;
+  // The frame's pixels the multisample target covers (its size is the allocated one).
+  PixelRect sample_target_;
   // Where the current sample may hold something, and where the accumulation does.
   PixelRect sample_area_;
   PixelRect accumulated_area_;

@@ -854,7 +854,8 @@ ref::sphere_scene scene_of(const material_properties& material,
 
 // Motion-blur samples of spheres in different places, one smaller and one starting beside the
 // frame, average like their single frames do: where a sample drew nothing it counts as
-// transparent, and nothing of an earlier sample or frame shows through.
+// transparent, and nothing of an earlier sample or frame shows through. Two spheres apart in
+// one sample (the second reaching beyond where the first put the sample target) add up.
 TEST_F(GpuRenderer, SamplesInDifferentPlacesAverageLikeTheirSingleFrames) {
   const output_format format{.samples = 4};
   std::vector<ref::sphere_scene> samples;
@@ -867,34 +868,43 @@ TEST_F(GpuRenderer, SamplesInDifferentPlacesAverageLikeTheirSingleFrames) {
   for (const ref::sphere_scene& sample : samples) {
     singles.push_back(render(sample, format));
   }
-  rendered_image blurred(kSize, kSize, format);
-  run([&](Renderer& r) {
-    r.set_output(format.samples, blurred.output());
-    r.set_lights(samples[0].lights);
-    for (std::size_t k = 0; k < samples.size(); ++k) {
-      r.set_render_properties(samples[k].camera);
-      r.clear_target();
-      r.draw_model(sphere_, samples[k].model_matrix, samples[k].material);
-      r.accumulate_sample(1.0f / float(k + 1));
+  // Frame 0 takes samples 0, 1, 2 in turn; frame 1 draws spheres 0 and 2 in one sample.
+  const std::vector<std::vector<std::size_t>> frames = {{0}, {1}, {2}}, together = {{0, 2}};
+  const double weights[2][3] = {{1 / 3.0, 1 / 3.0, 1 / 3.0}, {1.0, 0.0, 1.0}};
+  for (int f = 0; f < 2; ++f) {
+    rendered_image image(kSize, kSize, format);
+    run([&](Renderer& r) {
+      r.set_output(format.samples, image.output());
+      r.set_lights(samples[0].lights);
+      const auto& frame_samples = f == 0 ? frames : together;
+      for (std::size_t k = 0; k < frame_samples.size(); ++k) {
+        r.set_render_properties(samples[0].camera);
+        r.clear_target();
+        for (const std::size_t s : frame_samples[k]) {
+          r.draw_model(sphere_, samples[s].model_matrix, samples[s].material);
+        }
+        r.accumulate_sample(1.0f / float(k + 1));
+      }
+      r.read_output(format.gamma);
+    });
+    gpu_render::mismatches wrong;
+    for (int i = 0; i < kSize * kSize; ++i) {
+      ref::argb sum;  // premultiplied
+      for (int k = 0; k < 3; ++k) {
+        const ref::argb p = singles[k].pixel(i % kSize, i / kSize);
+        const double w = weights[f][k];
+        sum = {sum.a + p.a * w, sum.r + p.r * p.a * w, sum.g + p.g * p.a * w,
+               sum.b + p.b * p.a * w};
+      }
+      const ref::argb got = image.pixel(i % kSize, i / kSize);
+      const double scale = got.a > 0.0 ? got.a : 1.0;  // the output is straight colour
+      if (std::max({std::abs(got.a - sum.a), std::abs(got.r * scale - sum.r),
+                    std::abs(got.g * scale - sum.g), std::abs(got.b * scale - sum.b)}) > 1e-4) {
+        wrong.add("pixel ", i % kSize, ", ", i / kSize, ": alpha ", got.a, " against ", sum.a);
+      }
     }
-    r.read_output(format.gamma);
-  });
-  gpu_render::mismatches wrong;
-  for (int i = 0; i < kSize * kSize; ++i) {
-    ref::argb mean;
-    for (const rendered_image& single : singles) {
-      const ref::argb p = single.pixel(i % kSize, i / kSize);
-      mean = {mean.a + p.a / 3.0, mean.r + p.r * p.a / 3.0, mean.g + p.g * p.a / 3.0,
-              mean.b + p.b * p.a / 3.0};
-    }
-    const ref::argb got = blurred.pixel(i % kSize, i / kSize);
-    const double scale = got.a > 0.0 ? got.a : 1.0;  // the output is straight colour
-    if (std::max({std::abs(got.a - mean.a), std::abs(got.r * scale - mean.r),
-                  std::abs(got.g * scale - mean.g), std::abs(got.b * scale - mean.b)}) > 1e-4) {
-      wrong.add("pixel ", i % kSize, ", ", i / kSize, ": alpha ", got.a, " against ", mean.a);
-    }
+    EXPECT_EQ(wrong.count, 0) << "frame " << f << wrong.first.str();
   }
-  EXPECT_EQ(wrong.count, 0) << wrong.first.str();
 }
 
 // Every pixel clear of edges against the reference: a drawn one within the tolerance, an
