@@ -193,9 +193,10 @@ class EffectHost {
   PF_Err smart_pre_render(const PF_PreRenderOutput& initial_output = {});
   // Smart Render at settings().bits_per_channel. Layer pixels can be checked out only under a
   // checkout id that the preceding smart_pre_render() checked out (others are refused with
-  // PF_Err_BAD_CALLBACK_PARAM and listed in problems()). Each render gets a fresh output world
-  // of the request's size with padded rows, cleared; output_world() is null until the module
-  // checks the output out.
+  // PF_Err_BAD_CALLBACK_PARAM and listed in problems()); their world covers the rectangle the
+  // checkout produced (its result_rect, origin at its top-left corner). Each render gets a fresh
+  // output world of the request's size with padded rows, cleared; output_world() is null until the
+  // module checks the output out.
   PF_Err smart_render();
 
   // --- Settings. ---

@@ -131,14 +131,19 @@ PF_Err EffectHost::checkout_layer_pixels(A_long checkout_id, PF_EffectWorld** pi
   }
   auto& world = layer_worlds_[checkout_id];
   if (!world) {
-    const LayerSize size = downsampled(*source, settings_.downsample_x, settings_.downsample_y);
+    // What the checkout produced: a tile of a large frame needs its own part of the input
+    // layer, not the whole layer.
+    const PF_LRect& rect = checked_out->answer.result_rect;
     try {
-      world = std::make_unique<PixelWorld>(size.width, size.height, settings_.bits_per_channel);
+      world = std::make_unique<PixelWorld>(rect.right - rect.left, rect.bottom - rect.top,
+                                           settings_.bits_per_channel);
     } catch (const std::bad_alloc&) {
       layer_worlds_.erase(checkout_id);
       return refuse(call, PF_Err_OUT_OF_MEMORY,
                     "no memory for the pixels of checkout id " + std::to_string(checkout_id));
     }
+    world->world()->origin_x = rect.left;
+    world->world()->origin_y = rect.top;
     world->world()->pix_aspect_ratio = settings_.pixel_aspect;
     if (const auto chosen = chosen_layer(checked_out->index)) {
       fill_layer_pixels(*world, composition_.layers[*chosen], settings_.downsample_x,

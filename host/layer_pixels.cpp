@@ -43,11 +43,12 @@ A_long source_index(A_long i, PF_RationalScale scale, A_long source_size) {
 void fill_footage(PixelWorld& world, const Image& image, PF_RationalScale downsample_x,
                   PF_RationalScale downsample_y) {
   const int bits = world.bits_per_channel();
+  const PF_EffectWorld& place = *world.world();
   for (A_long y = 0; y < world.height(); ++y) {
-    const A_long sy = source_index(y, downsample_y, image.height);
+    const A_long sy = source_index(place.origin_y + y, downsample_y, image.height);
     std::byte* row = world.row(y).data();
     for (A_long x = 0; x < world.width(); ++x) {
-      const A_long sx = source_index(x, downsample_x, image.width);
+      const A_long sx = source_index(place.origin_x + x, downsample_x, image.width);
       const float* rgba = image.rgba.data() + (static_cast<std::size_t>(sy) * image.width + sx) * 4;
       write_pixel(row + x * world.pixel_bytes(), bits, {rgba[3], rgba[0], rgba[1], rgba[2]});
     }

@@ -258,7 +258,8 @@ constexpr PF_ParamIndex kMapIndex = 1;
 constexpr A_long kMapId = 502;
 
 // A module with one map layer parameter (index 1): Smart PreRender checks out the input layer
-// (id 0) and the whole map (id 502) five units later; Smart Render runs `render`.
+// (id 0) and map_request of the map (id 502; the whole map unless set) five units later; Smart
+// Render runs `render`.
 class SmartModule {
  public:
   using Render = std::function<PF_Err(PF_InData*, PF_SmartRenderExtra*)>;
@@ -271,6 +272,7 @@ class SmartModule {
   PF_PreRenderInput pre_render_input{};
   std::vector<PF_Err> checkout_results;
   PF_SmartRenderInput render_input{};
+  PF_LRect map_request{0, 0, 10000, 10000};
 
  private:
   PF_Err handle(PF_Cmd command, PF_InData* in, PF_OutData* out, void* extra) {
@@ -288,11 +290,11 @@ class SmartModule {
                                   in->current_time, in->time_step, in->time_scale, &input));
       pre->output->result_rect = input.result_rect;
       pre->output->max_result_rect = input.max_result_rect;
-      PF_RenderRequest whole{.rect = {0, 0, 10000, 10000}};
+      PF_RenderRequest request{.rect = map_request};
       PF_CheckoutResult map{};
-      checkout_results.push_back(pre->cb->checkout_layer(in->effect_ref, kMapIndex, kMapId, &whole,
-                                                         in->current_time + 5, in->time_step,
-                                                         in->time_scale, &map));
+      checkout_results.push_back(pre->cb->checkout_layer(in->effect_ref, kMapIndex, kMapId,
+                                                         &request, in->current_time + 5,
+                                                         in->time_step, in->time_scale, &map));
     } else if (command == PF_Cmd_SMART_RENDER) {
       auto* render = static_cast<PF_SmartRenderExtra*>(extra);
       render_input = *render->input;
@@ -456,6 +458,13 @@ TEST(EffectHostLayerPixels, DownsamplingTakesThePixelUnderEachCentreAndSolidsAre
   ASSERT_THAT(nums(world.width, world.height), ElementsAre(2, 1));  // ceil(3 / 2) x 1
   EXPECT_THAT(pixel(0.0f, 0, 0), ElementsAre(0.3f, 0.3f, 0.3f, 0.3f));
   EXPECT_THAT(pixel(0.0f, 1, 0), ElementsAre(0.6f, 0.88f, 0.8f, 0.72f));
+  // Part of a layer is a world of that part, placed at its origin: source pixel (1, 0).
+  module.map_request = {1, 0, 2, 1};
+  render("Photo", 32, {1, 1});
+  ASSERT_THAT(nums(world.width, world.height, world.origin_x, world.origin_y),
+              ElementsAre(1, 1, 1, 0));
+  EXPECT_THAT(pixel(0.0f, 0, 0), ElementsAre(1.0f, 1.5f, -0.25f, 1.0f));
+  module.map_request = {0, 0, 10000, 10000};
   render("Grey", 8, {1, 4});  // a solid is its colour everywhere
   ASSERT_THAT(nums(world.width, world.height), ElementsAre(26, 13));  // ceil(101 / 4) ...
   for (const auto& [x, y] :
