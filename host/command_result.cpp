@@ -5,6 +5,9 @@
 namespace lunaform::host {
 
 void require_success(PF_Err result, const std::string& what) {
+  if (result == PF_Err_OUT_OF_MEMORY) {
+    throw OutOfMemoryError(what + " ran out of memory");
+  }
   if (result != PF_Err_NONE) {
     throw HostError(what + " failed with error " + std::to_string(result));
   }

@@ -19,6 +19,13 @@ class InputError : public HostError {
   using HostError::HostError;
 };
 
+// A HostError for memory that ran out (a module's PF_Err_OUT_OF_MEMORY): a caller that knows
+// what the render asked for can say how to ask for less.
+class OutOfMemoryError : public HostError {
+ public:
+  using HostError::HostError;
+};
+
 // Runs `read`, which reads what the user gave: every HostError it throws is the input's fault.
 template <typename Read>
 auto as_input(Read&& read) {

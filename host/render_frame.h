@@ -31,4 +31,11 @@ namespace lunaform::host {
 // host.problems(). Call on the host's thread.
 std::unique_ptr<PixelWorld> render_frame(EffectHost& host, int frame);
 
+// render_frame() in two steps, for a frame rendered in tiles: begin_frame() checks the frame,
+// sets the time and re-reads changed footage, once per frame, so that every tile shows the
+// same footage; render_output() then renders settings().output_rect as it is set for each tile
+// (Smart PreRender, Smart Render) and hands its output world on. Both throw as render_frame().
+void begin_frame(EffectHost& host, int frame);
+std::unique_ptr<PixelWorld> render_output(EffectHost& host, int frame);
+
 }  // namespace lunaform::host

@@ -1,14 +1,9 @@
 #include "host/render_job.h"
 
-#include <sys/resource.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
-#include <fstream>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <variant>
 
@@ -18,6 +13,7 @@
 #include "host/host_error.h"
 #include "host/image_file_type.h"
 #include "host/layer_geometry.h"
+#include "host/memory_budget.h"
 #include "host/output_region.h"
 #include "host/pixel_world.h"
 
@@ -39,31 +35,42 @@ LayerSize effect_layer_size(const Composition& comp) {
   return {effect.width, effect.height};
 }
 
-// Bytes this process can still take as far as the system says: the memory available without
-// swapping (Linux overcommits, so a larger allocation may succeed and be killed when used) and
-// what the address-space limit leaves; nothing when neither can be read.
-std::optional<std::uint64_t> available_memory() {
-  std::optional<std::uint64_t> available;
-  std::ifstream meminfo("/proc/meminfo");
-  for (std::string line; std::getline(meminfo, line);) {
-    std::istringstream fields(line);
-    std::string key;
-    std::uint64_t kib = 0;
-    if (fields >> key >> kib && key == "MemAvailable:") {
-      available = kib * 1024;
-      break;
-    }
-  }
-  rlimit limit{};
-  std::uint64_t pages = 0;
-  if (getrlimit(RLIMIT_AS, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY &&
-      std::ifstream("/proc/self/statm") >> pages) {
-    const std::uint64_t used = pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
-    const std::uint64_t left = limit.rlim_cur > used ? limit.rlim_cur - used : 0;
-    available = std::min(available.value_or(left), left);
-  }
-  return available;
+// A frame with a side above this is rendered in tiles: GPU render targets much larger are not
+// reliably there (multisampled 8000 x 8000 ones fail to attach under llvmpipe).
+constexpr A_long kLargestUntiledSide = 4096;
+
+// The side of the tiles chosen for a frame too large to render whole. Half the largest
+// untiled side, so that a GPU that renders frames of that size holds a tile's targets with
+// room to spare (about 540 MB of them, see kModuleBytesPerPixel), and large enough that the
+// fixed cost of each tile (one Smart PreRender and Smart Render, the module's scene set-up,
+// targets rebuilt for the narrower tiles at the edges) stays small: an 8000 x 8000 frame is
+// 16 tiles.
+constexpr A_long kAutomaticTileSide = 2048;
+
+// The module's memory per output pixel of one render, as an estimate: RGBA float colour (16
+// bytes a pixel) in a multisampled target of kGpuSamples samples and about three single-sampled
+// ones (accumulation, resolve, the output's transfer), and a depth buffer of 4 bytes a sample.
+// Multisampling is on by default, taken here as 4 samples; a scene that turns it off needs
+// less. With a software renderer (llvmpipe) these targets lie in this process's memory.
+constexpr std::uint64_t kGpuSamples = 4;
+constexpr std::uint64_t kModuleBytesPerPixel = 16 * (kGpuSamples + 3) + 4 * kGpuSamples;
+
+// Bytes a frame of `frame` pixels holds at its peak when rendered in tiles of at most `side` x
+// `side` (a side as large as the frame is one tile): the writer's band, the frame's width by
+// a tile's height in the file's layout; the output world and the effect's input world of one
+// tile, rows padded; and the module's targets for one tile.
+std::uint64_t frame_memory(LayerSize frame, A_long side, int bits_per_channel) {
+  const auto pixel_bytes = static_cast<std::uint64_t>(4 * (bits_per_channel / 8));
+  const auto tile_width = static_cast<std::uint64_t>(std::min(side, frame.width));
+  const auto tile_height = static_cast<std::uint64_t>(std::min(side, frame.height));
+  const std::uint64_t band = static_cast<std::uint64_t>(frame.width) * tile_height * pixel_bytes;
+  const std::uint64_t world = (tile_width + PixelWorld::kPaddingPixels) * tile_height * pixel_bytes;
+  return band + 2 * world + tile_width * tile_height * kModuleBytesPerPixel;
 }
+
+constexpr const char* kSmallerFrames =
+    "render them smaller (--downsample), in parts (--region), in smaller tiles (--tile) or with "
+    "fewer bits per channel (--bpc)";
 
 std::string memory_text(std::uint64_t bytes) {
   char text[32];
@@ -79,26 +86,38 @@ std::string memory_text(std::uint64_t bytes) {
 
 RenderJob RenderJob::plan(const RenderOptions& options) {
   RenderJob job = as_input([&] { return plan_checked(options); });
-  job.check_memory();
+  job.choose_tiles(options.tile);
   return job;
 }
 
-void RenderJob::check_memory() const {
-  // The host's output world with its row padding, and the writer's copy in the file's layout.
-  const auto width = static_cast<std::uint64_t>(frame_size_.width);
-  const auto height = static_cast<std::uint64_t>(frame_size_.height);
-  const std::uint64_t pixel_bytes = 4 * static_cast<std::uint64_t>(bits_per_channel_ / 8);
-  const std::uint64_t needed =
-      (width + PixelWorld::kPaddingPixels) * height * pixel_bytes + width * height * pixel_bytes;
+void RenderJob::choose_tiles(std::optional<int> asked) {
+  const PF_LRect frame = region_.value_or(PF_LRect{0, 0, frame_size_.width, frame_size_.height});
+  const A_long largest = std::max(frame_size_.width, frame_size_.height);
   const std::optional<std::uint64_t> available = available_memory();
-  if (available && needed > *available) {
-    throw HostError("only " + memory_text(*available) + " of memory is available, and frames of " +
-                    std::to_string(width) + " x " + std::to_string(height) + " pixels at " +
-                    std::to_string(bits_per_channel_) + " bits per channel need at least " +
-                    memory_text(needed) +
-                    "; render them smaller (--downsample), in parts (--region) or with fewer "
-                    "bits per channel (--bpc)");
+  A_long side = std::min<A_long>(asked.value_or(largest), largest);
+  if (!asked &&
+      (largest > kLargestUntiledSide ||
+       (available && frame_memory(frame_size_, largest, bits_per_channel_) > *available))) {
+    side = std::min(kAutomaticTileSide, largest);
   }
+  tiles_ = {frame, side};
+  frame_bytes_ = frame_memory(frame_size_, side, bits_per_channel_);
+  if (available && frame_bytes_ > *available) {
+    throw HostError("only " + memory_text(*available) + " of memory is available, and " +
+                    needs_text() + "; " + kSmallerFrames);
+  }
+}
+
+std::string RenderJob::needs_text() const {
+  const std::string side = std::to_string(tiles_.side);
+  return "frames of " + std::to_string(frame_size_.width) + " x " +
+         std::to_string(frame_size_.height) + " pixels at " + std::to_string(bits_per_channel_) +
+         " bits per channel need at least " + memory_text(frame_bytes_) +
+         (tiles_.count() > 1 ? " in tiles of " + side + " x " + side : "");
+}
+
+std::string RenderJob::out_of_memory_line(const std::string& what) const {
+  return what + ": " + needs_text() + "; " + kSmallerFrames;
 }
 
 RenderJob RenderJob::plan_checked(const RenderOptions& options) {
@@ -112,6 +131,10 @@ RenderJob RenderJob::plan_checked(const RenderOptions& options) {
   job.downsample_ = options.downsample;
   if (options.region) {
     job.region_ = parse_region(*options.region);
+  }
+  if (options.tile && *options.tile < 1) {
+    throw HostError("bad --tile " + std::to_string(*options.tile) +
+                    ": tiles are N x N pixels, N from 1");
   }
   const bool several_frames = frames.size() > 1;
   job.output_ = options.output.value_or(default_output(options, several_frames));

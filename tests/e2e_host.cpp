@@ -11,6 +11,7 @@
 #include <fstream>
 #include <iterator>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "host/effect_host.h"
@@ -109,7 +110,9 @@ TEST(E2eRenderTool, EveryBadInputEndsWithOneClearLineAndWritesNothing) {
       {fs + "-o out.png --bpc 32", "cannot write 32 bits per channel to 'out.png': PNG holds 8 or 16 (use .exr for 32-bit float)", ""},
       {fs + "-o /no/such/folder/out.png", "cannot write '/no/such/folder/out.png': the folder '/no/such/folder' does not exist", ""},
       {fs + "--bpc 12", "--bpc: 12 not in {8,16,32}", ""},
-      {fs + "--frames 2 -o out.png", "Smart Render of frame 2 failed with error 4", "Frame Script: frame 2 fails on purpose\n"},
+      // The module's out-of-memory error: 1920 x 1080 x 4 bytes for the band, two worlds of
+      // 1928 x 1080 x 4 and 1920 x 1080 x 128 for the module's targets make 290.4 MB.
+      {fs + "--frames 2 -o out.png", "Smart Render of frame 2 ran out of memory: frames of 1920 x 1080 pixels at 8 bits per channel need at least 290 MB; render them smaller (--downsample), in parts (--region), in smaller tiles (--tile) or with fewer bits per channel (--bpc)", "Frame Script: frame 2 fails on purpose\n"},
       {"--module " + failing, "global setup of " + failing + " failed with error 512", module_speaks},
       {"--info /no/such/module.so", "cannot load '/no/such/module.so': No such file or directory", ""},
       {"--info " + no_pipl, "cannot load " + no_pipl + ": no .pipl section", ""},
@@ -225,44 +228,86 @@ TEST(E2eRenderTool, TheEffectDescribesItselfChecksScenesAndRendersItsDefaultComp
             std::tuple(1920, 1080, 4, OIIO::TypeDesc(OIIO::TypeDesc::UINT8)));
 }
 
-// examples/lights.json (960 x 540, four lights) at 2 s in float, whole and as a region.
-TEST(E2eRenderTool, ARegionAgreesWithTheWholeFrameAndAnOversizedFrameIsRefused) {
+// examples/lights.json (960 x 540, four lights) at 2 s, whole, as a region and in tiles whose
+// seams cross the sphere: 250 divides neither 960 nor 540, 64 neither 180 nor 110.
+TEST(E2eRenderTool, RegionsAndTilesAgreeWithTheWholeFrameAndLargeFramesAreTiledUnasked) {
   const host_test::TempFolder folder;
   const auto examples = std::filesystem::path(__FILE__).parent_path().parent_path() / "examples";
-  for (const char* options : {"-o whole.exr", "--region 420,150,180,110 -o part.exr"}) {
-    const ToolRun run = run_render(
-        folder.path(), quoted(examples / "lights.json") + " --frames 60 --bpc 32 " + options);
+  for (const char* options :
+       {"--bpc 32 -o whole.exr", "--bpc 32 --region 420,150,180,110 -o part.exr",
+        "--bpc 32 --tile 250 -o tiles.exr", "--bpc 32 --region 420,150,180,110 --tile 64 -o pt.exr",
+        "-o whole.png", "--tile 250 -o tiles.png"}) {
+    const ToolRun run =
+        run_render(folder.path(), quoted(examples / "lights.json") + " --frames 60 " + options);
     ASSERT_EQ(run.exit_code, 0) << run.err;
+    EXPECT_THAT(run.err, testing::Not(HasSubstr("tile"))) << "no progress off a terminal";
   }
-  const StoredFrame whole = read_frame(folder / "whole.exr");
-  const StoredFrame part = read_frame(folder / "part.exr");
-  ASSERT_EQ(std::tuple(whole.width, whole.height, part.width, part.height),
-            std::tuple(960, 540, 180, 110));
-  // The region's projection is not the same matrix: the steep specular peak (up to ~60) moves
-  // by up to ~1.5 % in the last bits, so differences are relative above 1.
-  int covered = 0;
-  float largest = 0.0f;
-  for (int y = 0; y < 110; ++y) {
-    for (int x = 0; x < 180; ++x) {
-      const float* a = &part.values[(std::size_t(y) * 180 + x) * 4];
-      const float* b = &whole.values[(std::size_t(150 + y) * 960 + 420 + x) * 4];
-      covered += b[3] > 0.0f;
-      for (int i = 0; i < 4; ++i) {
-        largest = std::max(
-            largest, std::abs(a[i] - b[i]) / std::max({1.0f, std::abs(a[i]), std::abs(b[i])}));
+  // Each tile's projection is a matrix of its own, which moves the steep specular peak (up to
+  // ~60) by up to ~3 % in the last bits: float differences count relative to values above 1.
+  // At 8 bits the same moves flip the rounding of a few pixels by one step. A misplaced tile
+  // or band would differ by the sphere's whole edge.
+  // `file` against the part of `reference` at `left`, `top`: the largest difference below
+  // `tolerance`, at most `differing` channel values apart at all.
+  const auto compare = [&](const StoredFrame& reference, const char* file, int left, int top,
+                           float tolerance, int differing) {
+    SCOPED_TRACE(file);
+    const StoredFrame part = read_frame(folder / file);
+    const bool region = left > 0;
+    ASSERT_EQ(std::tuple(part.width, part.height),
+              region ? std::tuple(180, 110) : std::tuple(reference.width, reference.height));
+    int covered = 0, over = 0;
+    float largest = 0.0f;
+    for (int y = 0; y < part.height; ++y) {
+      for (int x = 0; x < part.width; ++x) {
+        const float* a = &part.values[(std::size_t(y) * part.width + x) * 4];
+        const float* b = &reference.values[(std::size_t(top + y) * reference.width + left + x) * 4];
+        covered += b[3] > 0.0f;
+        for (int i = 0; i < 4; ++i) {
+          const float difference = std::abs(a[i] - b[i]) / std::max({1.0f, a[i], b[i]});
+          largest = std::max(largest, difference);
+          over += difference > 1e-6f;
+        }
       }
     }
-  }
-  EXPECT_GT(covered, 1000) << "the region shows the sphere";
-  EXPECT_LT(largest, 0.02f);
+    EXPECT_GT(covered, 1000) << "the sphere shows";
+    EXPECT_LT(largest, tolerance);
+    EXPECT_LE(over, differing);
+  };
+  const StoredFrame whole = read_frame(folder / "whole.exr");
+  ASSERT_EQ(std::tuple(whole.width, whole.height), std::tuple(960, 540));
+  compare(whole, "part.exr", 420, 150, 0.05f, 1000);
+  compare(whole, "tiles.exr", 0, 0, 0.05f, 5000);
+  compare(whole, "pt.exr", 420, 150, 0.05f, 1000);
+  compare(read_frame(folder / "whole.png"), "tiles.png", 0, 0, 1.5f / 255, 20);
 
-  // Wider than any texture llvmpipe allows (16384), within the host's limit: the effect's popup.
-  folder.write("wide.json", R"({"composition": {"width": 20000, "height": 4},
+  // On a terminal the frame's line names the tile under way.
+  const ShellRun terminal =
+      run_shell_command("cd " + quoted(folder.path()) + " && script -qec \"env -u DISPLAY " +
+                        LUNAFORM_RENDER_PATH + " --tile 500 --downsample 2 -o t.png\" /dev/null");
+  EXPECT_THAT(terminal.output, HasSubstr("\r\x1b[Kt.png: tile 4 of 4\r\nwrote t.png"));
+  const ToolRun refused = run_render(folder.path(), "--tile -5");
+  EXPECT_EQ(std::tuple(refused.exit_code, last_line(refused.err)),
+            std::tuple(2, "lunaform-render: bad --tile -5: tiles are N x N pixels, N from 1"));
+
+  // Wider than any texture llvmpipe allows (16384): asked as one tile it fails with the
+  // effect's popup; unasked it is rendered in tiles, and the sphere at the layer's centre,
+  // 200 pixels in radius, covers columns 10000 to 10399 across a seam (5 x 2048 = 10240).
+  folder.write("wide.json", R"({"composition": {"width": 20400, "height": 4},
                                 "layers": [{"name": "Sphere", "type": "effect"}]})");
-  const ToolRun wide = run_render(folder.path(), "wide.json --bpc 32 -o wide.exr");
+  const ToolRun wide = run_render(folder.path(), "wide.json --bpc 32 --tile 20400 -o wide.exr");
   EXPECT_NE(wide.exit_code, 0);
   EXPECT_THAT(wide.err, HasSubstr("render texture size is over maximum supported size"));
   EXPECT_EQ(last_line(wide.err), "lunaform-render: Smart Render of frame 0 failed with error 512");
+  ASSERT_EQ(run_render(folder.path(), "wide.json --bpc 32 -o wide.exr").exit_code, 0);
+  const StoredFrame tiled = read_frame(folder / "wide.exr");
+  std::set<int> columns;
+  for (std::size_t i = 0; i < tiled.values.size() / 4; ++i) {
+    if (tiled.values[i * 4 + 3] > 0.0f) {
+      columns.insert(int(i % 20400));
+    }
+  }
+  EXPECT_EQ(std::tuple(columns.size(), *columns.begin(), *columns.rbegin()),
+            std::tuple(400u, 10000, 10399));
 }
 
 }  // namespace

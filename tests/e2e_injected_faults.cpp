@@ -60,9 +60,10 @@ TEST(E2eInjectedFaults, EachFaultOfARenderEndsInOneLineItsExitCodeAndOnlyWholeFr
       {"__EGL_VENDOR_LIBRARY_FILENAMES=/nonexistent", frames, 1, failed + "failed to create context: EGL found no display", 0},
       // A display that cannot be reached still leaves the message on standard error.
       {"DISPLAY=:9999 MESA_GL_VERSION_OVERRIDE=3.3", frames, 1, failed + "failed to create OpenGL 4.1 context\n", 0},
-      // (30000 + 8 padding) x 30000 pixels of 16 bytes for the host's world, 30000 x 30000 for
-      // the writer's copy: 28.8 GB, refused before anything is allocated.
-      {"prlimit --as=1000000000", "big.json --bpc 32 -o out/f.exr", 1, "is available, and frames of 30000 x 30000 pixels at 32 bits per channel need at least 28.8 GB; render them smaller (--downsample), in parts (--region) or with fewer bits per channel (--bpc)\n", 0}};
+      // In tiles of 2048 (the frame is wider than 4096) at 16 bytes a pixel: a band of 30000 x
+      // 2048, the output and input worlds of (2048 + 8 padding) x 2048, and 2048 x 2048 x 128
+      // bytes for the module's targets: 1.65 GB, refused before anything is allocated.
+      {"prlimit --as=1000000000", "big.json --bpc 32 -o out/f.exr", 1, "is available, and frames of 30000 x 30000 pixels at 32 bits per channel need at least 1.7 GB in tiles of 2048 x 2048; render them smaller (--downsample), in parts (--region), in smaller tiles (--tile) or with fewer bits per channel (--bpc)\n", 0}};
   // clang-format on
   for (const Case& c : cases) {
 #if defined(__SANITIZE_ADDRESS__)

@@ -24,6 +24,7 @@
 #include "host/frame_writer.h"
 #include "host/host_error.h"
 #include "host/image_file_type.h"
+#include "host/memory_budget.h"
 #include "host/output_region.h"
 #include "host/pixel_world.h"
 #include "tests/host_footage_refresh_files.h"
@@ -435,6 +436,25 @@ TEST(RenderOptionText, RegionsAreRectanglesInsideTheLayerAndOutputNamesGiveFrame
   EXPECT_NO_THROW(lh::check_bits_for_file("a.png", 16));
   EXPECT_THAT([] { lh::check_bits_for_file("a.exr", 16); },
               ThrowsMessage<HostError>(HasSubstr("cannot write 16 bits per channel to 'a.exr'")));
+}
+
+// A control group's limit counts for the groups under it: the least headroom wins; "max" is
+// no limit, and without a cgroup v2 line (v1) nothing is known.
+TEST(RenderMemory, TheControlGroupLeavesTheLeastHeadroomOfItsOwnLimitAndThoseAboveIt) {
+  using lunaform::host::cgroup_memory_headroom;
+  const host_test::TempFolder root;
+  std::filesystem::create_directories(root / "jobs" / "render");
+  root.write("jobs/memory.max", "3000000000\n");
+  root.write("jobs/memory.current", "1000000000\n");
+  root.write("jobs/render/memory.max", "max\n");
+  root.write("jobs/render/memory.current", "900000000\n");
+  EXPECT_EQ(cgroup_memory_headroom(root.path(), "0::/jobs/render\n"), 2000000000u);
+  root.write("jobs/render/memory.max", "1500000000\n");
+  EXPECT_EQ(cgroup_memory_headroom(root.path(), "1:name=systemd:/\n0::/jobs/render\n"), 600000000u);
+  root.write("jobs/render/memory.current", "1600000000\n");
+  EXPECT_EQ(cgroup_memory_headroom(root.path(), "0::/jobs/render"), 0u);
+  EXPECT_EQ(cgroup_memory_headroom(root.path(), "0::/\n"), std::nullopt);
+  EXPECT_EQ(cgroup_memory_headroom(root.path(), "4:memory:/jobs/render\n"), std::nullopt);
 }
 
 }  // namespace

@@ -31,11 +31,13 @@
 #include "host/module.h"
 #include "host/module_report.h"
 #include "host/panel_pointer.h"
+#include "host/pixel_world.h"
 #include "host/render_frame.h"
 #include "host/render_job.h"
 #include "host/render_progress.h"
 #include "host/scene_file.h"
 #include "host/stderr_line_guard.h"
+#include "host/tile_grid.h"
 
 namespace {
 
@@ -202,8 +204,29 @@ struct RenderReporting {
   bool json_progress = false;  // one JSON line per frame on standard output, for programs
 };
 
-// Renders the job's frames one after the other, each written as soon as it is done. What the
-// module writes to standard error meanwhile is kept on lines of its own.
+// Renders frame `frame` of `job` tile by tile, each tile's rows going to the frame's file as
+// soon as its band of tiles is complete. What the module writes to standard error meanwhile
+// is kept on lines of its own.
+void render_tiles(EffectHost& host, const lunaform::host::RenderJob& job, int frame,
+                  lunaform::host::RenderProgress& progress) {
+  const lunaform::host::TileGrid& tiles = job.tiles();
+  lunaform::host::begin_frame(host, frame);
+  lunaform::host::FrameWriter writer(job.output_file(frame), tiles.frame.right - tiles.frame.left,
+                                     tiles.frame.bottom - tiles.frame.top, job.bits_per_channel());
+  for (int index = 0; index < tiles.count(); ++index) {
+    progress.next_tile(index, tiles.count());
+    host.settings().output_rect = tiles.tile(index);
+    std::unique_ptr<lunaform::host::PixelWorld> world;
+    {
+      const StderrLineGuard module_text([&] { progress.end_line(); });
+      world = lunaform::host::render_output(host, frame);
+    }
+    writer.add_tile(*world);
+  }
+  writer.finish();
+}
+
+// Renders the job's frames one after the other, each written as soon as it is done.
 void render(const lunaform::host::RenderOptions& options, const std::filesystem::path& file,
             const RenderReporting& reporting) {
   const lunaform::host::RenderJob job = lunaform::host::RenderJob::plan(options);
@@ -251,16 +274,18 @@ void render(const lunaform::host::RenderOptions& options, const std::filesystem:
     for (const int frame : pending) {
       const auto started = std::chrono::steady_clock::now();
       progress.next_frame(job.output_file(frame));
-      std::unique_ptr<lunaform::host::PixelWorld> world;
-      {
-        const StderrLineGuard module_text([&] { progress.end_line(); });
-        world = lunaform::host::render_frame(host, frame);
+      try {
+        render_tiles(host, job, frame, progress);
+      } catch (const lunaform::host::OutOfMemoryError& error) {
+        throw lunaform::host::HostError(job.out_of_memory_line(error.what()));
+      } catch (const std::bad_alloc&) {
+        throw lunaform::host::HostError(
+            job.out_of_memory_line("frame " + std::to_string(frame) + " ran out of memory"));
       }
       for (const std::string& warning : host.take_footage_warnings()) {
         progress.end_line();
         std::cerr << kProgram << ": warning: " << warning << "\n";
       }
-      lunaform::host::write_frame(*world, job.output_file(frame));
       if (reporting.json_progress) {
         const std::chrono::duration<double> took = std::chrono::steady_clock::now() - started;
         report.frame(frame, job.output_file(frame), "written", took.count());
@@ -335,6 +360,13 @@ int main(int argc, char** argv) {
   std::string region;
   CLI::Option* region_option = app.add_option(
       "--region", region, "Render only the rectangle X,Y,WIDTH,HEIGHT of the (downsampled) layer");
+  int tile = 0;
+  CLI::Option* tile_option = app.add_option(
+      "--tile", tile,
+      "Render each frame in tiles of N x N pixels, one after the other, and write it band by "
+      "band. Without it a frame is rendered whole unless a side is larger than 4096 pixels or "
+      "it would need more memory than there is; then in tiles of 2048 x 2048");
+  tile_option->type_name("N");
   std::string module;
   CLI::Option* info_option =
       app.add_option("--info", module,
@@ -377,7 +409,7 @@ int main(int argc, char** argv) {
       ->type_name("MODULE");
   for (CLI::Option* render_only :
        {scene_option, output_option, frames_option, bits_option, downsample_option, region_option,
-        chunk_option, skip_option, json_option}) {
+        tile_option, chunk_option, skip_option, json_option}) {
     for (CLI::Option* other_task : {info_option, check_option, about_option, controls_option}) {
       other_task->excludes(render_only);
     }
@@ -430,6 +462,9 @@ int main(int argc, char** argv) {
       if (region_option->count() > 0) {
         options.region = region;
       }
+      if (tile_option->count() > 0) {
+        options.tile = tile;
+      }
       lunaform::host::end_on_interruption(kProgram, kInterrupted);
       render(options, module_file, reporting);
     }
@@ -438,8 +473,8 @@ int main(int argc, char** argv) {
     return kBadInput;
   } catch (const std::bad_alloc&) {
     std::cerr << kProgram
-              << ": ran out of memory (a render takes less with --downsample, with --region or "
-                 "with fewer bits per channel, --bpc)\n";
+              << ": ran out of memory (a render takes less with --downsample, with --region, in "
+                 "smaller tiles with --tile or with fewer bits per channel, --bpc)\n";
     return kRenderFailed;
   } catch (const std::exception& error) {
     // HostError carries one line meant for the user; anything else (memory, the file system)
