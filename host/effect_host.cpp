@@ -67,12 +67,20 @@ EffectHost::EffectHost(PF_FilterProc entry_point)
   live_hosts().insert(this);
 }
 
+std::unique_ptr<EffectHost> EffectHost::new_instance() {
+  auto instance = std::make_unique<EffectHost>(entry_point_);
+  instance->handles_ = handles_;
+  instance->global_data_ = global_data_;
+  instance->shares_global_data_ = true;
+  return instance;
+}
+
 EffectHost::~EffectHost() {
   try {
+    if ((global_setup_sent_ || shares_global_data_) && sequence_live_) {
+      sequence_setdown();
+    }
     if (global_setup_sent_) {
-      if (sequence_live_) {
-        sequence_setdown();
-      }
       global_setdown();
     }
   } catch (const HostError&) {

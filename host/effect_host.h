@@ -154,12 +154,18 @@ struct ControlEvent {
 // images a module makes stay in drawbot_objects() until it releases them.
 //
 // Destruction: if global setup was sent and global setdown was not, the destructor sends
-// sequence setdown (when sequence data is live) and global setdown, as a host does on quit;
-// then it frees every handle, world and image it still holds.
+// sequence setdown (when sequence data is live) and global setdown, as a host does on quit
+// (an instance from new_instance() sends only its sequence setdown); then it frees every
+// world and image it still holds, and the handles once no instance shares them any more.
 class EffectHost {
  public:
   explicit EffectHost(PF_FilterProc entry_point);
   ~EffectHost();
+  // Another instance of this host's effect, applied to another layer of the same host: it
+  // shares the module's global data and the host's memory handles with this one, starts with
+  // no parameters and no sequence data (send it params_setup and sequence_setup), and sends no
+  // global setup or setdown of its own. Call after global setup; this host must outlive it.
+  std::unique_ptr<EffectHost> new_instance();
   EffectHost(const EffectHost&) = delete;
   EffectHost& operator=(const EffectHost&) = delete;
 
@@ -302,7 +308,7 @@ class EffectHost {
   // HostError for impossible settings, std::bad_alloc when memory runs out.
   std::unique_ptr<PixelWorld> take_output_world();
 
-  HandleTable& handles() { return handles_; }
+  HandleTable& handles() { return *handles_; }
   SuiteRegistry& suites() { return suites_; }
   // The DRAWBOT objects handed out: the module's images, and a draw event's drawing.
   DrawbotObjects& drawbot_objects() { return drawbot_; }
@@ -384,7 +390,8 @@ class EffectHost {
   std::map<PF_ParamIndex, LayerRef> layer_choices_;
   FootageRefresh footage_refresh_;
   std::vector<std::string> footage_warnings_;
-  HandleTable handles_;
+  // Shared with the other instances of the effect (new_instance).
+  std::shared_ptr<HandleTable> handles_ = std::make_shared<HandleTable>();
   SuiteRegistry suites_;
   AegpObjects aegp_;
   DrawbotObjects drawbot_;
@@ -405,6 +412,7 @@ class EffectHost {
   void* main_window_ = nullptr;
   PF_ContextH event_context_ = nullptr;
   bool global_setup_sent_ = false;
+  bool shares_global_data_ = false;  // an instance made by new_instance()
   bool sequence_live_ = false;
 
   std::vector<CommandRecord> commands_;

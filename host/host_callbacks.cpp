@@ -55,14 +55,14 @@ PF_UtilCallbacks* HostCallbacks::utils() {
     PF_UtilCallbacks t{};
     t.host_new_handle = [](A_u_longlong size) -> PF_Handle {
       EffectHost* host = EffectHost::active();
-      return host != nullptr ? host->handles_.allocate(size) : nullptr;
+      return host != nullptr ? host->handles_->allocate(size) : nullptr;
     };
     t.host_lock_handle = [](PF_Handle handle) -> void* {
       EffectHost* host = EffectHost::active();
       if (host == nullptr) {
         return nullptr;
       }
-      void* block = host->handles_.lock(handle);
+      void* block = host->handles_->lock(handle);
       if (block == nullptr) {
         host->note_problem("host_lock_handle of an unknown handle");
       }
@@ -70,13 +70,13 @@ PF_UtilCallbacks* HostCallbacks::utils() {
     };
     t.host_unlock_handle = [](PF_Handle handle) {
       EffectHost* host = EffectHost::active();
-      if (host != nullptr && !host->handles_.unlock(handle)) {
+      if (host != nullptr && !host->handles_->unlock(handle)) {
         host->note_problem("host_unlock_handle of an unknown or unlocked handle");
       }
     };
     t.host_dispose_handle = [](PF_Handle handle) {
       EffectHost* host = EffectHost::active();
-      if (host != nullptr && !host->handles_.dispose(handle)) {
+      if (host != nullptr && !host->handles_->dispose(handle)) {
         host->note_problem("host_dispose_handle of an unknown handle");
       }
     };
@@ -85,7 +85,7 @@ PF_UtilCallbacks* HostCallbacks::utils() {
       if (host == nullptr) {
         return 0;
       }
-      const auto size = host->handles_.size(handle);
+      const auto size = host->handles_->size(handle);
       if (!size) {
         host->note_problem("host_get_handle_size of an unknown handle");
       }
@@ -96,7 +96,7 @@ PF_UtilCallbacks* HostCallbacks::utils() {
       if (host == nullptr || handle == nullptr) {
         return PF_Err_BAD_CALLBACK_PARAM;
       }
-      const PF_Err result = host->handles_.resize(*handle, new_size);
+      const PF_Err result = host->handles_->resize(*handle, new_size);
       if (result == PF_Err_BAD_CALLBACK_PARAM) {
         host->note_problem("host_resize_handle of an unknown or locked handle");
       }

@@ -269,6 +269,46 @@ TEST(GpuFootage, FootageIsUploadedOnceUntilItsFileChangesAndDeletedWhenNoLongerC
   EXPECT_FALSE(scene.is_texture(second)) << "emptying the parameter deletes the texture";
 }
 
+// Two instances of the effect in one host, each with a map of its own, render in turn for 100
+// frames: each uploads its map once and keeps that texture, and every frame of an instance is
+// the one it rendered first, so neither touches the other's textures.
+TEST(GpuFootage, TwoInstancesRenderingInTurnKeepTheirOwnTextures) {
+  const host_test::TempFolder folder;
+  FootageHost first({footage(folder, "Red.png", 4, pattern(3, 8)).first,
+                     footage(folder, "Blue.png", 4, pattern(60, 8)).first});
+  first.params()["Diffuse Layer"] = LayerRef{"Red.png"};
+  const std::unique_ptr<lunaform::host::EffectHost> second = first.host.new_instance();
+  EXPECT_EQ(second->params_setup(), PF_Err_NONE);
+  EXPECT_EQ(second->sequence_setup(), PF_Err_NONE);
+  lunaform::host::Composition comp = first.host.composition();
+  e2e_plugin::effect_of(comp).params["Diffuse Layer"] = LayerRef{"Blue.png"};
+  second->set_composition(comp);
+  lunaform::host::EffectHost* const hosts[] = {&first.host, second.get()};
+  std::vector<std::byte> first_frames[2];
+  unsigned int textures[2] = {};
+  int loads = 0;
+  const e2e_plugin::DebugSinkScope debug(
+      [&](std::string_view line) { loads += line.starts_with("Load Layer "); });
+  for (int frame = 0; frame < 100; ++frame) {
+    const int k = frame % 2;
+    const std::unique_ptr<lunaform::host::PixelWorld> world =
+        lunaform::host::render_frame(*hosts[k], 0);
+    std::vector<std::byte> pixels;
+    for (A_long y = 0; y < world->height(); ++y) {
+      pixels.insert(pixels.end(), world->row(y).begin(), world->row(y).end());
+    }
+    if (frame < 2) {
+      first_frames[k] = pixels;
+      textures[k] = first.drawn().diffuse_texture;
+    }
+    EXPECT_TRUE(pixels == first_frames[k] && first.drawn().diffuse_texture == textures[k])
+        << "frame " << frame;
+  }
+  EXPECT_EQ(loads, 2);
+  EXPECT_TRUE(textures[0] != textures[1] && first_frames[0] != first_frames[1]);
+  EXPECT_TRUE(first.host.problems().empty() && second->problems().empty());
+}
+
 // Every channel of a 32-bit frame finite and not negative, alpha at most 1 and `centre` in
 // the sphere's middle, the corner none.
 void expect_sane_frame(const lunaform::host::PixelWorld& world, float centre) {
