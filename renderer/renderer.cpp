@@ -117,9 +117,8 @@ void Renderer::set_lights(const std::vector<light_properties>& lights) {
 }
 
 void Renderer::clear_target() {
+  // The draws bind the sample target and set its viewport: where it lies is theirs to choose.
   sample_area_ = {};
-  glBindFramebuffer(GL_FRAMEBUFFER, multisample_framebuffer_);
-  glViewport(0, 0, output_.output_image.width, output_.output_image.height);
   glFrontFace(GL_CW);
   glDisable(GL_BLEND);
   glDisable(GL_DEPTH_TEST);
