@@ -48,14 +48,13 @@ class PixelTransfer {
   enum Direction { kInput = 0, kOutput = 1 };
   // Throws hx_exception for a depth other than 1, 2 or 4 bytes per channel.
   cl_kernel kernel(Direction direction, uint32_t bytes_per_channel) const;
-
-  const ClDevice& device_;
-  // [depth][direction], depth 0: 32 bits, 1: 16 bits, 2: 8 bits per channel.
-  std::array<std::array<cl_kernel, 2>, 3> kernels_{};
   // Runs the output kernel over `area` and brings its pixels into output.data.
   void convert_area(const image_desc& output, cl_kernel output_kernel, size_t pixel_bytes,
                     const PixelRect& area);
 
+  const ClDevice& device_;
+  // [depth][direction], depth 0: 32 bits, 1: 16 bits, 2: 8 bits per channel.
+  std::array<std::array<cl_kernel, 2>, 3> kernels_{};
   size_t output_buffer_size_ = 0;
   // Only where the device shares the GL context and has memory of its own; elsewhere the kernel
   // writes into the host's buffer itself.
