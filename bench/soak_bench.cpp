@@ -3,8 +3,6 @@
 // as after the first stretch, once caches and the drivers' pools have filled.
 #include <benchmark/benchmark.h>
 
-#include <unistd.h>
-
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -12,6 +10,7 @@
 #include "bench/bench_support.h"
 #include "host/composition.h"
 #include "host/effect_host.h"
+#include "tests/resident_memory.h"
 
 namespace {
 
@@ -21,13 +20,6 @@ using lunaform::host::Composition;
 using lunaform::host::EffectHost;
 using lunaform::host::EffectLayer;
 using lunaform::host::Layer;
-
-double resident_mb() {
-  long total_pages = 0;
-  long resident_pages = 0;
-  std::ifstream("/proc/self/statm") >> total_pages >> resident_pages;
-  return static_cast<double>(resident_pages) * static_cast<double>(sysconf(_SC_PAGESIZE)) / 1e6;
-}
 
 double open_descriptors() {
   const std::filesystem::directory_iterator fds("/proc/self/fd");

@@ -8,7 +8,6 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <fstream>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -23,6 +22,7 @@
 #include "scene/render_data.h"
 #include "tests/e2e_plugin_support.h"
 #include "tests/gpu_render_harness.h"
+#include "tests/resident_memory.h"
 
 namespace {
 
@@ -615,11 +615,6 @@ TEST_F(GpuRenderer, UploadingAndDeletingMapsLeavesNoMemoryBehind) {
 #if defined(__SANITIZE_ADDRESS__)
   GTEST_SKIP() << "freed memory stays resident in the sanitizer's quarantine";
 #endif
-  const auto resident_mb = [] {
-    long pages = 0;
-    std::ifstream("/proc/self/statm") >> pages >> pages;
-    return double(pages) * double(sysconf(_SC_PAGESIZE)) / 1e6;
-  };
   const auto upload_and_delete = [](int times) {
     run([&](Renderer& r) {
       for (int i = 0; i < times; ++i) {
