@@ -893,18 +893,17 @@ TEST_F(GpuRenderer, SamplesInDifferentPlacesAverageLikeTheirSingleFrames) {
     singles.push_back(render(sample, format));
   }
   // Frame 0 takes samples 0, 1, 2 in turn; frame 1 draws spheres 0 and 2 in one sample.
-  const std::vector<std::vector<std::size_t>> frames = {{0}, {1}, {2}}, together = {{0, 2}};
+  const std::vector<std::vector<std::size_t>> frames[2] = {{{0}, {1}, {2}}, {{0, 2}}};
   const double weights[2][3] = {{1 / 3.0, 1 / 3.0, 1 / 3.0}, {1.0, 0.0, 1.0}};
   for (int f = 0; f < 2; ++f) {
     rendered_image image(kSize, kSize, format);
     run([&](Renderer& r) {
       r.set_output(format.samples, image.output());
       r.set_lights(samples[0].lights);
-      const auto& frame_samples = f == 0 ? frames : together;
-      for (std::size_t k = 0; k < frame_samples.size(); ++k) {
+      for (std::size_t k = 0; k < frames[f].size(); ++k) {
         r.set_render_properties(samples[0].camera);
         r.clear_target();
-        for (const std::size_t s : frame_samples[k]) {
+        for (const std::size_t s : frames[f][k]) {
           r.draw_model(sphere_, samples[s].model_matrix, samples[s].material);
         }
         r.accumulate_sample(1.0f / float(k + 1));
