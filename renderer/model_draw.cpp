@@ -3,6 +3,7 @@
 
 #include <cmath>
 
+#include "renderer/material_programs.h"
 #include "renderer/material_uniforms.h"
 #include "renderer/pixel_rect.h"
 #include "renderer/renderer.h"
@@ -54,18 +55,12 @@ void set_material_uniforms(const MaterialUniforms& uniforms, const hxsdk::mat4& 
   uniforms.set("normalMatrix", normal_matrix(model_matrix));
   uniforms.set_xyz("eyePosition", eye_position);
   uniforms.set("modelColor", m.model_color);
-  uniforms.set("uvType", m.uv_type);
   uniforms.set("edgeFeather", m.edge_feather);
   uniforms.set("edgeShrink", m.edge_shrink);
   uniforms.set("diffuseGamma", m.diffuse_gamma);
   uniforms.set("glossinessGamma", m.glossiness_gamma);
   uniforms.set("illuminationGamma", m.illumination_gamma);
   uniforms.set("environmentGamma", m.environment_gamma);
-  uniforms.set("useDiffuseTexture", m.diffuse_texture);
-  uniforms.set("useGlossinessTexture", m.glossiness_texture);
-  uniforms.set("useIlluminationTexture", m.illumination_texture);
-  uniforms.set("useNormalTexture", m.normal_texture);
-  uniforms.set("useEnvironmentTexture", m.environment_texture);
   uniforms.set("diffuseBlend", m.diffuse_blend);
   uniforms.set("diffuseBrightness", m.diffuse_brightness);
   uniforms.set("glossinessBrightness", m.glossiness_brightness);
@@ -92,7 +87,6 @@ void set_material_uniforms(const MaterialUniforms& uniforms, const hxsdk::mat4& 
   uniforms.set("uvRepeat", m.uv_repeat);
   uniforms.set("uvOffset", m.uv_offset);
   uniforms.set("uvRotation", hxsdk::vec2{std::cos(m.uv_rotation), std::sin(m.uv_rotation)});
-  uniforms.set("unlitMode", m.unlit != 0 ? 1 : 0);
   uniforms.set("flattenBottom", m.flatten_bottom != 0 ? 1 : 0);
 }
 
@@ -129,7 +123,8 @@ void Renderer::draw_model(const model_ref& model, const hxsdk::mat4& model_matri
              output_.output_image.height);
   glEnable(GL_CULL_FACE);
   glEnable(GL_MULTISAMPLE);
-  glUseProgram(material_program_);
+  const GLuint program = material_programs_->program_for(material);
+  glUseProgram(program);
   glBindVertexArray(model.vertex_array);
 
   const GLint wrap = material.uv_mode == kUvRepeat ? GL_REPEAT : GL_MIRRORED_REPEAT;
@@ -139,7 +134,7 @@ void Renderer::draw_model(const model_ref& model, const hxsdk::mat4& model_matri
   bind_map(GL_TEXTURE3, GL_TEXTURE_2D, material.normal_texture, wrap);
   bind_map(GL_TEXTURE4, GL_TEXTURE_CUBE_MAP, material.environment_texture, GL_REPEAT);
 
-  const MaterialUniforms uniforms(material_program_);
+  const MaterialUniforms uniforms(program);
   set_material_uniforms(uniforms, model_matrix, camera_.eye_position, material);
 
   glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(model.index_count), GL_UNSIGNED_INT, nullptr);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <string_view>
 
 #include "platform/debug_output.h"
 #include "platform/message_box.h"
@@ -54,10 +55,22 @@ struct ShaderDeleter {
   void operator()(const GLuint* shader) const { glDeleteShader(*shader); }
 };
 
-void compile_and_attach(GLuint program, GLenum stage, shader_source source) {
+// A #version line must come first, so macros are spliced in after it, followed by a #line
+// that puts the numbering back on the file's own lines.
+void compile_and_attach(GLuint program, GLenum stage, shader_source source,
+                        const std::string& macros) {
   const GLuint shader = glCreateShader(stage);
   const std::unique_ptr<const GLuint, ShaderDeleter> deleter(&shader);
-  glShaderSource(shader, 1, &source.text, nullptr);
+  if (macros.empty()) {
+    glShaderSource(shader, 1, &source.text, nullptr);
+  } else {
+    const std::string_view text(source.text, source.length);
+    const size_t first_line_end = std::min(text.find('\n'), text.size());
+    const std::string spliced = std::string(text.substr(0, first_line_end)) + "\n" + macros +
+                                "#line 2\n" + std::string(text.substr(first_line_end));
+    const char* spliced_text = spliced.c_str();
+    glShaderSource(shader, 1, &spliced_text, nullptr);
+  }
   glCompileShader(shader);
   GLint compiled = GL_FALSE;
   glGetShaderiv(shader, GL_COMPILE_STATUS, &compiled);
@@ -73,17 +86,17 @@ void compile_and_attach(GLuint program, GLenum stage, shader_source source) {
 }  // namespace
 
 GLuint build_program(ProgramLibrary& library, shader_source vertex, shader_source fragment,
-                     shader_source geometry) {
+                     shader_source geometry, const std::string& fragment_macros) {
   if (vertex.length == 0 || fragment.length == 0) {
     throw shader_compile_exception("invalid shader code");
   }
   const GLuint program = glCreateProgram();
   library.record_program(program);
-  compile_and_attach(program, GL_VERTEX_SHADER, vertex);
+  compile_and_attach(program, GL_VERTEX_SHADER, vertex, {});
   if (geometry.length != 0) {
-    compile_and_attach(program, GL_GEOMETRY_SHADER, geometry);
+    compile_and_attach(program, GL_GEOMETRY_SHADER, geometry, {});
   }
-  compile_and_attach(program, GL_FRAGMENT_SHADER, fragment);
+  compile_and_attach(program, GL_FRAGMENT_SHADER, fragment, fragment_macros);
   glBindFragDataLocation(program, 0, "outColor");
   glLinkProgram(program);
   GLint linked = GL_FALSE;
@@ -93,6 +106,14 @@ GLuint build_program(ProgramLibrary& library, shader_source vertex, shader_sourc
     throw shader_compile_exception("failed to link shader program");
   }
   return program;
+}
+
+void set_sampler_unit(GLuint program, const char* name, GLint unit) {
+  glUniform1i(glGetUniformLocation(program, name), unit);
+}
+
+void bind_uniform_block(GLuint program, const char* name, GLuint binding) {
+  glUniformBlockBinding(program, glGetUniformBlockIndex(program, name), binding);
 }
 
 cl_program build_cl_program(ProgramLibrary& library, const ClDevice& device,

@@ -5,6 +5,7 @@
 #include "platform/gl_context.h"
 #include "renderer/cl_environment.h"
 #include "renderer/full_screen_quad.h"
+#include "renderer/material_programs.h"
 #include "renderer/pixel_transfer.h"
 #include "renderer/program_library.h"
 #include "renderer/render_target_pool.h"
@@ -20,17 +21,6 @@ GLuint uniform_buffer(GLsizeiptr size) {
   glBindBuffer(GL_UNIFORM_BUFFER, 0);
   return buffer;
 }
-
-void set_sampler_unit(GLuint program, const char* name, GLint unit) {
-  glUniform1i(glGetUniformLocation(program, name), unit);
-}
-
-void bind_uniform_block(GLuint program, const char* name, GLuint binding) {
-  glUniformBlockBinding(program, glGetUniformBlockIndex(program, name), binding);
-}
-
-constexpr GLuint kTransformMatricesBinding = 0;
-constexpr GLuint kLightsBinding = 1;
 
 void upload_uniform_block(GLuint buffer, const void* data, GLsizeiptr size) {
   glBindBuffer(GL_UNIFORM_BUFFER, buffer);
@@ -68,17 +58,8 @@ Renderer::Renderer(const renderer_sources& sources) {
   set_sampler_unit(prefilter_program_, "textureSampler", 0);
   set_sampler_unit(prefilter_program_, "samplesSampler", 1);
 
-  material_program_ =
-      build_program(*programs_, sources.material_vertex, sources.material_fragment, {});
-  glUseProgram(material_program_);
-  bind_uniform_block(material_program_, "TransformMatrices", kTransformMatricesBinding);
-  bind_uniform_block(material_program_, "Lights", kLightsBinding);
-  set_sampler_unit(material_program_, "diffuseSampler", 0);
-  set_sampler_unit(material_program_, "glossinessSampler", 1);
-  set_sampler_unit(material_program_, "illuminationSampler", 2);
-  set_sampler_unit(material_program_, "normalSampler", 3);
-  set_sampler_unit(material_program_, "environmentSampler", 4);
-  glUseProgram(0);
+  material_programs_ = std::make_unique<MaterialPrograms>(*programs_, sources.material_vertex,
+                                                          sources.material_fragment);
   build_sample_table();
 
   glDepthMask(GL_FALSE);

@@ -19,6 +19,7 @@
 class ClEnvironment;
 class FullScreenQuad;
 class GlContext;
+class MaterialPrograms;
 class PixelTransfer;
 class ProgramLibrary;
 class RenderTargetPool;
@@ -130,7 +131,7 @@ class Renderer {
   uint32_t copy_program_ = 0;
   uint32_t transform_matrices_buffer_ = 0;
   uint32_t lights_buffer_ = 0;
-  uint32_t material_program_ = 0;
+  std::unique_ptr<MaterialPrograms> material_programs_;
   uint32_t bump_to_normal_program_ = 0;
   uint32_t equirectangular_to_cube_program_ = 0;
   uint32_t prefilter_program_ = 0;

@@ -19,6 +19,10 @@ using LightsBlock = std::array<std::byte, 672>;
 
 inline constexpr int kMaxLights = 8;
 
+// The binding points the two blocks are attached at.
+inline constexpr unsigned int kTransformMatricesBinding = 0;
+inline constexpr unsigned int kLightsBinding = 1;
+
 TransformMatricesBlock pack_transform_matrices(const render_properties& camera);
 
 // Ambient lights are summed into ambientLights and take no slot; the others fill the slots

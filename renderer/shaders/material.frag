@@ -3,6 +3,11 @@
 // Shading model of the sphere: five maps, up to eight direct lights plus ambient light, a
 // microfacet highlight, a prefiltered environment, self-illumination, a soft silhouette edge.
 // Everything is straight (non-premultiplied) RGBA in linear light until the last line.
+//
+// Fixed for each program, and given as macros after the #version line: uvType (1 to 5),
+// useDiffuseTexture, useGlossinessTexture, useIlluminationTexture, useNormalTexture,
+// useEnvironmentTexture and unlitMode (each 0 or 1). The branches on them are resolved when
+// the program is compiled.
 
 // Light types; every type other than these two is a point light.
 const int LT_PARALLEL = 0;
@@ -44,7 +49,6 @@ uniform mat4 normalMatrix;
 uniform mat4 environmentRotation;
 uniform vec3 eyePosition;
 uniform vec4 modelColor;
-uniform int uvType;
 
 uniform float diffuseGamma;
 uniform float glossinessGamma;
@@ -55,12 +59,6 @@ uniform float glossinessBrightness;
 uniform float illuminationBrightness;
 uniform float environmentBrightness;
 uniform float diffuseBlend;
-
-uniform int useDiffuseTexture;
-uniform int useGlossinessTexture;
-uniform int useIlluminationTexture;
-uniform int useNormalTexture;
-uniform int useEnvironmentTexture;
 
 uniform vec4 illuminationColor;
 uniform float ambientAmount;
@@ -84,7 +82,6 @@ uniform vec2 uvOffset;
 uniform float uvFeathering;
 uniform vec2 uvRotation;
 
-uniform int unlitMode;
 uniform int flattenBottom;
 uniform float edgeFeather;
 uniform float edgeShrink;

@@ -1,0 +1,55 @@
+#include "renderer/material_programs.h"
+
+#include "renderer/program_library.h"
+#include "renderer/uniform_blocks.h"
+
+namespace {
+
+constexpr int32_t kUvPlaneZy = 5;
+
+std::string define(const char* name, int value) {
+  return std::string("#define ") + name + " " + std::to_string(value) + "\n";
+}
+
+}  // namespace
+
+std::string material_program_macros(const material_properties& m) {
+  const int32_t uv_type = m.uv_type >= 1 && m.uv_type < kUvPlaneZy ? m.uv_type : kUvPlaneZy;
+  return define("uvType", uv_type) + define("useDiffuseTexture", m.diffuse_texture != 0) +
+         define("useGlossinessTexture", m.glossiness_texture != 0) +
+         define("useIlluminationTexture", m.illumination_texture != 0) +
+         define("useNormalTexture", m.normal_texture != 0) +
+         define("useEnvironmentTexture", m.environment_texture != 0) +
+         define("unlitMode", m.unlit != 0);
+}
+
+MaterialPrograms::MaterialPrograms(ProgramLibrary& library, shader_source vertex,
+                                   shader_source fragment)
+    : library_(library), vertex_(vertex), fragment_(fragment) {
+  program_for(material_properties{});
+}
+
+GLuint MaterialPrograms::program_for(const material_properties& material) {
+  const std::string macros = material_program_macros(material);
+  const auto found = programs_.find(macros);
+  if (found != programs_.end()) {
+    return found->second;
+  }
+  const GLuint program = build(macros);
+  programs_.emplace(macros, program);
+  return program;
+}
+
+GLuint MaterialPrograms::build(const std::string& macros) {
+  const GLuint program = build_program(library_, vertex_, fragment_, {}, macros);
+  glUseProgram(program);
+  bind_uniform_block(program, "TransformMatrices", kTransformMatricesBinding);
+  bind_uniform_block(program, "Lights", kLightsBinding);
+  set_sampler_unit(program, "diffuseSampler", 0);
+  set_sampler_unit(program, "glossinessSampler", 1);
+  set_sampler_unit(program, "illuminationSampler", 2);
+  set_sampler_unit(program, "normalSampler", 3);
+  set_sampler_unit(program, "environmentSampler", 4);
+  glUseProgram(0);
+  return program;
+}
