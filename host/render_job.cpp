@@ -18,6 +18,11 @@
 #include "host/pixel_world.h"
 
 namespace lunaform::host {
+
+const char* const kSmallerFramesAdvice =
+    "render them smaller (--downsample), in parts (--region), in smaller tiles (--tile) or with "
+    "fewer bits per channel (--bpc)";
+
 namespace {
 
 std::filesystem::path default_output(const RenderOptions& options, bool several_frames) {
@@ -68,10 +73,6 @@ std::uint64_t frame_memory(LayerSize frame, A_long side, int bits_per_channel) {
   return band + 2 * world + tile_width * tile_height * kModuleBytesPerPixel;
 }
 
-constexpr const char* kSmallerFrames =
-    "render them smaller (--downsample), in parts (--region), in smaller tiles (--tile) or with "
-    "fewer bits per channel (--bpc)";
-
 std::string memory_text(std::uint64_t bytes) {
   char text[32];
   if (bytes < 1'000'000'000) {
@@ -104,7 +105,7 @@ void RenderJob::choose_tiles(std::optional<int> asked) {
   frame_bytes_ = frame_memory(frame_size_, side, bits_per_channel_);
   if (available && frame_bytes_ > *available) {
     throw HostError("only " + memory_text(*available) + " of memory is available, and " +
-                    needs_text() + "; " + kSmallerFrames);
+                    needs_text() + "; " + kSmallerFramesAdvice);
   }
 }
 
@@ -117,7 +118,7 @@ std::string RenderJob::needs_text() const {
 }
 
 std::string RenderJob::out_of_memory_line(const std::string& what) const {
-  return what + ": " + needs_text() + "; " + kSmallerFrames;
+  return what + ": " + needs_text() + "; " + kSmallerFramesAdvice;
 }
 
 RenderJob RenderJob::plan_checked(const RenderOptions& options) {

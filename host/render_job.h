@@ -27,6 +27,9 @@ struct RenderOptions {
   std::optional<int> tile;                      // N: tiles of N x N pixels; none: as needed
 };
 
+// What to try when frames do not fit in memory: "render them smaller (--downsample), ...".
+extern const char* const kSmallerFramesAdvice;
+
 // A render whose options have all been checked against each other and against the
 // composition, before any module is loaded, so that a mistake costs no render time.
 class RenderJob {

@@ -472,9 +472,8 @@ int main(int argc, char** argv) {
     std::cerr << kProgram << ": " << error.what() << "\n";
     return kBadInput;
   } catch (const std::bad_alloc&) {
-    std::cerr << kProgram
-              << ": ran out of memory (a render takes less with --downsample, with --region, in "
-                 "smaller tiles with --tile or with fewer bits per channel, --bpc)\n";
+    std::cerr << kProgram << ": ran out of memory; " << lunaform::host::kSmallerFramesAdvice
+              << "\n";
     return kRenderFailed;
   } catch (const std::exception& error) {
     // HostError carries one line meant for the user; anything else (memory, the file system)
