@@ -11,8 +11,8 @@ std::string define(const char* name, int value) {
   return std::string("#define ") + name + " " + std::to_string(value) + "\n";
 }
 
-}  // namespace
-
+// The "#define" lines that fix `m`'s choices. Projections outside 1 to 4 read as 5 (plane ZY),
+// which is what the shader does with them, so they share its program.
 std::string material_program_macros(const material_properties& m) {
   const int32_t uv_type = m.uv_type >= 1 && m.uv_type < kUvPlaneZy ? m.uv_type : kUvPlaneZy;
   return define("uvType", uv_type) + define("useDiffuseTexture", m.diffuse_texture != 0) +
@@ -22,6 +22,8 @@ std::string material_program_macros(const material_properties& m) {
          define("useEnvironmentTexture", m.environment_texture != 0) +
          define("unlitMode", m.unlit != 0);
 }
+
+}  // namespace
 
 MaterialPrograms::MaterialPrograms(ProgramLibrary& library, shader_source vertex,
                                    shader_source fragment)

@@ -36,7 +36,3 @@ class MaterialPrograms {
   shader_source fragment_;
   std::map<std::string, GLuint> programs_;
 };
-
-// The "#define" lines that fix `material`'s choices; projections outside 1 to 4 read as
-// 5 (plane ZY), which is what the shader does with them.
-std::string material_program_macros(const material_properties& material);
