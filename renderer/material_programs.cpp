@@ -1,5 +1,7 @@
 #include "renderer/material_programs.h"
 
+#include <utility>
+
 #include "renderer/program_library.h"
 #include "renderer/uniform_blocks.h"
 
@@ -8,19 +10,20 @@ namespace {
 constexpr int32_t kUvPlaneZy = 5;
 
 std::string define(const char* name, int value) {
-  return std::string("#define ") + name + " " + std::to_string(value) + "\n";
+  return std::string(name) + " " + std::to_string(value);
 }
 
-// The "#define" lines that fix `m`'s choices. Projections outside 1 to 4 read as 5 (plane ZY),
-// which is what the shader does with them, so they share its program.
-std::string material_program_macros(const material_properties& m) {
+// The defines that fix `m`'s choices. Projections outside 1 to 4 read as 5 (plane ZY), which
+// is what the shader does with them, so they share its program.
+std::vector<std::string> material_program_defines(const material_properties& m) {
   const int32_t uv_type = m.uv_type >= 1 && m.uv_type < kUvPlaneZy ? m.uv_type : kUvPlaneZy;
-  return define("uvType", uv_type) + define("useDiffuseTexture", m.diffuse_texture != 0) +
-         define("useGlossinessTexture", m.glossiness_texture != 0) +
-         define("useIlluminationTexture", m.illumination_texture != 0) +
-         define("useNormalTexture", m.normal_texture != 0) +
-         define("useEnvironmentTexture", m.environment_texture != 0) +
-         define("unlitMode", m.unlit != 0);
+  return {define("uvType", uv_type),
+          define("useDiffuseTexture", m.diffuse_texture != 0),
+          define("useGlossinessTexture", m.glossiness_texture != 0),
+          define("useIlluminationTexture", m.illumination_texture != 0),
+          define("useNormalTexture", m.normal_texture != 0),
+          define("useEnvironmentTexture", m.environment_texture != 0),
+          define("unlitMode", m.unlit != 0)};
 }
 
 }  // namespace
@@ -32,18 +35,18 @@ MaterialPrograms::MaterialPrograms(ProgramLibrary& library, shader_source vertex
 }
 
 GLuint MaterialPrograms::program_for(const material_properties& material) {
-  const std::string macros = material_program_macros(material);
-  const auto found = programs_.find(macros);
+  std::vector<std::string> defines = material_program_defines(material);
+  const auto found = programs_.find(defines);
   if (found != programs_.end()) {
     return found->second;
   }
-  const GLuint program = build(macros);
-  programs_.emplace(macros, program);
+  const GLuint program = build(defines);
+  programs_.emplace(std::move(defines), program);
   return program;
 }
 
-GLuint MaterialPrograms::build(const std::string& macros) {
-  const GLuint program = build_program(library_, vertex_, fragment_, {}, macros);
+GLuint MaterialPrograms::build(const std::vector<std::string>& defines) {
+  const GLuint program = build_program(library_, vertex_, fragment_, {}, defines);
   glUseProgram(program);
   bind_uniform_block(program, "TransformMatrices", kTransformMatricesBinding);
   bind_uniform_block(program, "Lights", kLightsBinding);

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "renderer/shader_sources.h"
 #include "scene/material_properties.h"
@@ -29,10 +30,10 @@ class MaterialPrograms {
   GLuint program_for(const material_properties& material);
 
  private:
-  GLuint build(const std::string& macros);
+  GLuint build(const std::vector<std::string>& defines);
 
   ProgramLibrary& library_;
   shader_source vertex_;
   shader_source fragment_;
-  std::map<std::string, GLuint> programs_;
+  std::map<std::vector<std::string>, GLuint> programs_;
 };

@@ -55,19 +55,29 @@ struct ShaderDeleter {
   void operator()(const GLuint* shader) const { glDeleteShader(*shader); }
 };
 
-// A #version line must come first, so macros are spliced in after it, followed by a #line
+// "#define NAME VALUE" lines, one per entry of `defines` ("NAME VALUE").
+std::string define_lines(const std::vector<std::string>& defines) {
+  std::string text;
+  for (const std::string& define : defines) {
+    text += "#define " + define + "\n";
+  }
+  return text;
+}
+
+// A #version line must come first, so the defines are spliced in after it, followed by a #line
 // that puts the numbering back on the file's own lines.
 void compile_and_attach(GLuint program, GLenum stage, shader_source source,
-                        const std::string& macros) {
+                        const std::vector<std::string>& defines) {
   const GLuint shader = glCreateShader(stage);
   const std::unique_ptr<const GLuint, ShaderDeleter> deleter(&shader);
-  if (macros.empty()) {
+  if (defines.empty()) {
     glShaderSource(shader, 1, &source.text, nullptr);
   } else {
     const std::string_view text(source.text, source.length);
     const size_t first_line_end = std::min(text.find('\n'), text.size());
-    const std::string spliced = std::string(text.substr(0, first_line_end)) + "\n" + macros +
-                                "#line 2\n" + std::string(text.substr(first_line_end));
+    const std::string spliced = std::string(text.substr(0, first_line_end)) + "\n" +
+                                define_lines(defines) + "#line 2\n" +
+                                std::string(text.substr(first_line_end));
     const char* spliced_text = spliced.c_str();
     glShaderSource(shader, 1, &spliced_text, nullptr);
   }
@@ -86,7 +96,7 @@ void compile_and_attach(GLuint program, GLenum stage, shader_source source,
 }  // namespace
 
 GLuint build_program(ProgramLibrary& library, shader_source vertex, shader_source fragment,
-                     shader_source geometry, const std::string& fragment_macros) {
+                     shader_source geometry, const std::vector<std::string>& fragment_defines) {
   if (vertex.length == 0 || fragment.length == 0) {
     throw shader_compile_exception("invalid shader code");
   }
@@ -96,7 +106,7 @@ GLuint build_program(ProgramLibrary& library, shader_source vertex, shader_sourc
   if (geometry.length != 0) {
     compile_and_attach(program, GL_GEOMETRY_SHADER, geometry, {});
   }
-  compile_and_attach(program, GL_FRAGMENT_SHADER, fragment, fragment_macros);
+  compile_and_attach(program, GL_FRAGMENT_SHADER, fragment, fragment_defines);
   glBindFragDataLocation(program, 0, "outColor");
   glLinkProgram(program);
   GLint linked = GL_FALSE;
@@ -118,10 +128,7 @@ void bind_uniform_block(GLuint program, const char* name, GLuint binding) {
 
 cl_program build_cl_program(ProgramLibrary& library, const ClDevice& device,
                             const std::vector<std::string>& defines, shader_source source) {
-  std::string text;
-  for (const std::string& define : defines) {
-    text += "#define " + define + "\n";
-  }
+  std::string text = define_lines(defines);
   text.append(source.text, source.length);
   const char* text_pointer = text.c_str();
   cl_int error = CL_SUCCESS;

@@ -33,13 +33,13 @@ class ProgramLibrary {
 };
 
 // Compiles the stages whose source is not empty, binds fragment output 0 to "outColor" and
-// links. `fragment_macros` ("#define" lines) go in after the fragment source's #version line;
-// the log's line numbers still count the file's lines. Throws shader_compile_exception: "invalid
-// shader code" when the vertex or fragment source is empty, "failed to compile shader source"
-// (after the log went to the debug output and to a "Shader Log" message box), "failed to link
-// shader program" (log to the debug output only).
+// links. Each of `fragment_defines` ("NAME VALUE") becomes a "#define" line after the fragment
+// source's #version line; the log's line numbers still count the file's lines. Throws
+// shader_compile_exception: "invalid shader code" when the vertex or fragment source is empty,
+// "failed to compile shader source" (after the log went to the debug output and to a "Shader Log"
+// message box), "failed to link shader program" (log to the debug output only).
 GLuint build_program(ProgramLibrary& library, shader_source vertex, shader_source fragment,
-                     shader_source geometry, const std::string& fragment_macros = {});
+                     shader_source geometry, const std::vector<std::string>& fragment_defines = {});
 
 // Uniform set-up of the program in use.
 void set_sampler_unit(GLuint program, const char* name, GLint unit);
